@@ -1,0 +1,20 @@
+// What happens when a host loads libKestrel.so.1: every toolkit module the library contains is
+// initialised once, in the toolkit's load order, before any entry point can be called.
+#include <array>
+
+#include "base/module_init.h"
+
+namespace {
+
+// The toolkit's load order is graphio, graphic, chart, scale, graphset, view, contain, chartcnt,
+// contint, chartint, ..., marker, ..., select, ..., gadget, ..., scrollb, ..., msglabel, ...;
+// a module gets its entry here, in that order, once the library contains it.
+constexpr std::array<QelModule, 0> loadOrder{};
+
+int initializerResults[loadOrder.size() + 1];
+
+struct LibraryLoad {
+  LibraryLoad() { QelLoadModules(loadOrder.data(), loadOrder.size(), initializerResults, "xxx"); }
+} libraryLoad;
+
+}  // namespace

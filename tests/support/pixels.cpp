@@ -1,0 +1,132 @@
+#include "tests/support/pixels.h"
+
+#include <X11/Xutil.h>
+#include <png.h>
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <map>
+
+namespace kestrel::test {
+
+namespace {
+
+// Scales a masked channel to 8 bits.
+uint32_t channel(unsigned long pixel, unsigned long mask) {
+  if (!mask) return 0;
+  int shift = 0;
+  while (!((mask >> shift) & 1)) ++shift;
+  unsigned long max = mask >> shift;
+  return uint32_t(((pixel & mask) >> shift) * 255 / max);
+}
+
+}  // namespace
+
+void Image::fillRect(int x, int y, int w, int h, uint32_t color) {
+  for (int row = std::max(y, 0); row < std::min(y + h, height); ++row)
+    for (int col = std::max(x, 0); col < std::min(x + w, width); ++col) set(col, row, color);
+}
+
+size_t Image::count(uint32_t color) const {
+  size_t n = 0;
+  for (uint32_t c : rgb) n += c == color;
+  return n;
+}
+
+Image readWindow(Display* display, Window window, int x, int y, unsigned width, unsigned height) {
+  XWindowAttributes attributes;
+  XGetWindowAttributes(display, window, &attributes);
+  return readDrawable(display, window, attributes.visual, attributes.colormap, x, y, width, height);
+}
+
+Image readDrawable(Display* display, Drawable drawable, Visual* visual, Colormap colormap, int x,
+                   int y, unsigned width, unsigned height) {
+  Image image(int(width), int(height), 0);
+  XImage* ximage = XGetImage(display, drawable, x, y, width, height, AllPlanes, ZPixmap);
+  if (!ximage) return Image();
+  bool trueColor = visual->c_class == TrueColor || visual->c_class == DirectColor;
+  std::map<unsigned long, uint32_t> palette;  // pixel → rgb, for colormapped visuals
+  for (unsigned row = 0; row < height; ++row) {
+    for (unsigned col = 0; col < width; ++col) {
+      unsigned long pixel = XGetPixel(ximage, int(col), int(row));
+      uint32_t rgb;
+      if (trueColor) {
+        rgb = channel(pixel, visual->red_mask) << 16 | channel(pixel, visual->green_mask) << 8 |
+              channel(pixel, visual->blue_mask);
+      } else {
+        auto known = palette.find(pixel);
+        if (known == palette.end()) {
+          XColor color;
+          color.pixel = pixel;
+          XQueryColor(display, colormap, &color);
+          known = palette.emplace(pixel, uint32_t(color.red >> 8) << 16 |
+                                             uint32_t(color.green >> 8) << 8 | (color.blue >> 8))
+                      .first;
+        }
+        rgb = known->second;
+      }
+      image.set(int(col), int(row), rgb);
+    }
+  }
+  XDestroyImage(ximage);
+  return image;
+}
+
+bool writePng(const Image& image, const std::string& path) {
+  FILE* file = std::fopen(path.c_str(), "wb");
+  if (!file) return false;
+  png_structp png = png_create_write_struct(PNG_LIBPNG_VER_STRING, nullptr, nullptr, nullptr);
+  png_infop info = png ? png_create_info_struct(png) : nullptr;
+  if (!info || setjmp(png_jmpbuf(png))) {
+    png_destroy_write_struct(&png, info ? &info : nullptr);
+    std::fclose(file);
+    return false;
+  }
+  png_init_io(png, file);
+  png_set_IHDR(png, info, png_uint_32(image.width), png_uint_32(image.height), 8, PNG_COLOR_TYPE_RGB,
+               PNG_INTERLACE_NONE, PNG_COMPRESSION_TYPE_DEFAULT, PNG_FILTER_TYPE_DEFAULT);
+  png_write_info(png, info);
+  std::vector<png_byte> row(size_t(image.width) * 3);
+  for (int y = 0; y < image.height; ++y) {
+    for (int x = 0; x < image.width; ++x) {
+      uint32_t c = image.at(x, y);
+      row[size_t(x) * 3] = png_byte(c >> 16), row[size_t(x) * 3 + 1] = png_byte(c >> 8),
+                      row[size_t(x) * 3 + 2] = png_byte(c);
+    }
+    png_write_row(png, row.data());
+  }
+  png_write_end(png, nullptr);
+  png_destroy_write_struct(&png, &info);
+  return std::fclose(file) == 0;
+}
+
+std::string outputDirectory() {
+  std::string directory = KESTREL_TEST_OUTPUT_DIR;
+  mkdir(directory.c_str(), 0755);
+  return directory;
+}
+
+::testing::AssertionResult imagesMatch(const Image& actual, const Image& expected,
+                                       const std::string& name) {
+  if (actual.width != expected.width || actual.height != expected.height)
+    return ::testing::AssertionFailure()
+           << name << ": size " << actual.width << "x" << actual.height << ", expected "
+           << expected.width << "x" << expected.height;
+  Image diff(actual.width, actual.height, 0xffffff);
+  size_t differing = 0;
+  for (size_t i = 0; i < actual.rgb.size(); ++i)
+    if (actual.rgb[i] != expected.rgb[i]) {
+      ++differing;
+      diff.rgb[i] = 0xff0000;
+    }
+  if (!differing) return ::testing::AssertionSuccess();
+  std::string base = outputDirectory() + "/" + name;
+  writePng(actual, base + "-actual.png");
+  writePng(expected, base + "-expected.png");
+  writePng(diff, base + "-diff.png");
+  return ::testing::AssertionFailure() << name << ": " << differing << " pixels differ (see "
+                                       << base << "-diff.png)";
+}
+
+}  // namespace kestrel::test
