@@ -3,15 +3,22 @@
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>
+#include <new>
 
 namespace {
 
 constexpr size_t kMessageSize = 512;
 
-// The handler slot is reached through a function so that messages issued during the static
-// initialisation of other modules already find the default handler.
+// The built-in handler lives in static storage and is never destroyed, so messages issued
+// during static initialisation or at exit still find it, and nothing is left on the heap.
+QelError* builtinHandler() {
+  alignas(QelError) static unsigned char storage[sizeof(QelError)];
+  static QelError* handler = new (storage) QelError;
+  return handler;
+}
+
 QelError*& handlerSlot() {
-  static QelError* handler = new QelError;
+  static QelError* handler = builtinHandler();
   return handler;
 }
 
@@ -37,7 +44,7 @@ void QelError::warning(const char* message) const { writeLine(stderr, "Warning: 
 void QelSetErrorHandler(QelError* handler) {
   QelError*& slot = handlerSlot();
   if (slot == handler) return;
-  delete slot;
+  if (slot != builtinHandler()) delete slot;
   slot = handler;
 }
 

@@ -11,7 +11,8 @@ class QelError {
   virtual void warning(const char* message) const;
 };
 
-// Installs `handler` (which may be null: messages are then dropped) and destroys the previous one.
+// Installs `handler` (which may be null: messages are then dropped) and destroys the previous one
+// (the built-in handler that is installed at start lives in static storage and is kept).
 void QelSetErrorHandler(QelError* handler);
 QelError* QelGetErrorHandler();
 
