@@ -37,9 +37,13 @@ void writeLine(FILE* stream, const char* prefix, const char* message) {
 
 QelError::~QelError() = default;
 
-void QelError::fatal(const char* message) const { writeLine(stderr, "Fatal error: ", message); }
+void QelError::fatal(const char* message) const {
+  writeLine(stderr, "Fatal error: ", message);
+}
 
-void QelError::warning(const char* message) const { writeLine(stderr, "Warning: ", message); }
+void QelError::warning(const char* message) const {
+  writeLine(stderr, "Warning: ", message);
+}
 
 void QelSetErrorHandler(QelError* handler) {
   QelError*& slot = handlerSlot();
@@ -48,7 +52,9 @@ void QelSetErrorHandler(QelError* handler) {
   slot = handler;
 }
 
-QelError* QelGetErrorHandler() { return handlerSlot(); }
+QelError* QelGetErrorHandler() {
+  return handlerSlot();
+}
 
 void QelFatalError(const char* format, ...) {
   char buffer[kMessageSize];

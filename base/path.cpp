@@ -55,7 +55,9 @@ std::vector<QelPathName> QelSearchPath::split(const char* text) {
   return directories;
 }
 
-void QelSearchPath::set(const char* text) { _directories = split(text); }
+void QelSearchPath::set(const char* text) {
+  _directories = split(text);
+}
 
 void QelSearchPath::append(const char* text) {
   for (QelPathName& directory : split(text)) _directories.push_back(std::move(directory));

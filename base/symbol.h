@@ -25,4 +25,6 @@ class QelSymbol {
   const std::string _name;
 };
 
-inline QelSymbol* QelGetSymbol(const char* name) { return QelSymbol::Get(name); }
+inline QelSymbol* QelGetSymbol(const char* name) {
+  return QelSymbol::Get(name);
+}

@@ -14,7 +14,9 @@ std::optional<std::string>& defaultHome() {
 
 }  // namespace
 
-int QelGetVersion() { return 230; }
+int QelGetVersion() {
+  return 230;
+}
 
 void QelSetDefaultHome(const char* home) {
   if (home)
@@ -23,4 +25,6 @@ void QelSetDefaultHome(const char* home) {
     defaultHome().reset();
 }
 
-const char* QelGetDefaultHome() { return defaultHome() ? defaultHome()->c_str() : nullptr; }
+const char* QelGetDefaultHome() {
+  return defaultHome() ? defaultHome()->c_str() : nullptr;
+}

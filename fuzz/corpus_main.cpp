@@ -18,7 +18,8 @@ int main(int argc, char** argv) {
   for (const auto& entry : std::filesystem::directory_iterator(argv[1])) {
     if (!entry.is_regular_file()) continue;
     std::ifstream file(entry.path(), std::ios::binary);
-    std::vector<uint8_t> data((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
+    std::vector<uint8_t> data((std::istreambuf_iterator<char>(file)),
+                              std::istreambuf_iterator<char>());
     LLVMFuzzerTestOneInput(data.data(), data.size());
     ++inputs;
   }

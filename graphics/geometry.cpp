@@ -21,8 +21,12 @@ void QelPoint::translate(int32_t dx, int32_t dy) {
   y = saturate32(int64_t(y) + dy);
 }
 
-int32_t QelRect::right() const { return saturate32(right64()); }
-int32_t QelRect::bottom() const { return saturate32(bottom64()); }
+int32_t QelRect::right() const {
+  return saturate32(right64());
+}
+int32_t QelRect::bottom() const {
+  return saturate32(bottom64());
+}
 
 void QelRect::translate(int32_t dx, int32_t dy) {
   x = saturate32(int64_t(x) + dx);

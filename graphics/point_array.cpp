@@ -16,7 +16,9 @@ QelRect boxOf(uint32_t count, const QelPoint* points) {
     miny = std::min<int64_t>(miny, points[i].y), maxy = std::max<int64_t>(maxy, points[i].y);
   }
   // Points are pixels: the box reaches one past the largest coordinate (saturating).
-  auto extent = [](int64_t lo, int64_t hi) { return uint32_t(std::min<int64_t>(hi - lo + 1, UINT32_MAX)); };
+  auto extent = [](int64_t lo, int64_t hi) {
+    return uint32_t(std::min<int64_t>(hi - lo + 1, UINT32_MAX));
+  };
   return QelRect(int32_t(minx), int32_t(miny), extent(minx, maxx), extent(miny, maxy));
 }
 
@@ -37,14 +39,18 @@ QelPointArray::QelPointArray(uint32_t count, QelPoint* points, int copy) {
   setPoints(count, points, copy);
 }
 
-QelPointArray::QelPointArray(const QelPointArray& other) { *this = other; }
+QelPointArray::QelPointArray(const QelPointArray& other) {
+  *this = other;
+}
 
 QelPointArray& QelPointArray::operator=(const QelPointArray& other) {
   if (this != &other) setPoints(other._count, other._points, 1);
   return *this;
 }
 
-QelPointArray::~QelPointArray() { delete[] _points; }
+QelPointArray::~QelPointArray() {
+  delete[] _points;
+}
 
 void QelPointArray::setPoints(uint32_t count, QelPoint* points, int copy) {
   if (points == _points && !copy) {
@@ -62,7 +68,9 @@ void QelPointArray::setPoints(uint32_t count, QelPoint* points, int copy) {
   computeBBox();
 }
 
-void QelPointArray::computeBBox() { _bbox = boxOf(_count, _points); }
+void QelPointArray::computeBBox() {
+  _bbox = boxOf(_count, _points);
+}
 
 void QelPointArray::boundingBox(QelRect& rect, const QelTransformer* t) const {
   if (!t) {

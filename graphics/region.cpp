@@ -8,7 +8,9 @@
 
 namespace {
 
-bool inside(const QelRect& inner, const QelRect& outer) { return outer.contains(inner); }
+bool inside(const QelRect& inner, const QelRect& outer) {
+  return outer.contains(inner);
+}
 
 }  // namespace
 
@@ -16,9 +18,13 @@ QelRegion::QelRegion(uint16_t capacity) : _capacity(capacity) {
   if (_capacity > kInlineSlots) _heap = new QelRect[_capacity];
 }
 
-QelRegion::QelRegion(const QelRect& rect, uint16_t capacity) : QelRegion(capacity) { add(rect); }
+QelRegion::QelRegion(const QelRect& rect, uint16_t capacity) : QelRegion(capacity) {
+  add(rect);
+}
 
-QelRegion::QelRegion(const QelRegion& other) : QelRegion(kInlineSlots) { *this = other; }
+QelRegion::QelRegion(const QelRegion& other) : QelRegion(kInlineSlots) {
+  *this = other;
+}
 
 QelRegion& QelRegion::operator=(const QelRegion& other) {
   if (this == &other) return *this;
@@ -37,7 +43,9 @@ QelRegion& QelRegion::operator=(const QelRegion& other) {
   return *this;
 }
 
-QelRegion::~QelRegion() { delete[] _heap; }
+QelRegion::~QelRegion() {
+  delete[] _heap;
+}
 
 void QelRegion::clear() {
   _count = 0;

@@ -19,10 +19,14 @@ void rectFromCorners(QelRect& r, const QelPoint& a, const QelPoint& b) {
   r = QelRect(int32_t(minx), int32_t(miny), uint32_t(maxx - minx), uint32_t(maxy - miny));
 }
 
-QelPoint farCorner(const QelRect& r) { return QelPoint(r.right(), r.bottom()); }
+QelPoint farCorner(const QelRect& r) {
+  return QelPoint(r.right(), r.bottom());
+}
 
 // Messages print the object's address as a 32-bit hex number.
-unsigned addressOf(const void* p) { return unsigned(uintptr_t(p)); }
+unsigned addressOf(const void* p) {
+  return unsigned(uintptr_t(p));
+}
 
 }  // namespace
 
@@ -41,11 +45,13 @@ QelTransformer::QelTransformer(float m11, float m12, float m21, float m22, float
   updateFlags();
 }
 
-QelTransformer::QelTransformer(const QelPoint& translation) : _x0(translation.x), _y0(translation.y) {
+QelTransformer::QelTransformer(const QelPoint& translation)
+    : _x0(translation.x), _y0(translation.y) {
   updateFlags();
 }
 
-QelTransformer::QelTransformer(double sx, double sy, const QelPoint* fixedPoint) : _m11(sx), _m22(sy) {
+QelTransformer::QelTransformer(double sx, double sy, const QelPoint* fixedPoint)
+    : _m11(sx), _m22(sy) {
   if (fixedPoint) {
     _x0 = fixedPoint->x - fixedPoint->x * sx;
     _y0 = fixedPoint->y - fixedPoint->y * sy;
@@ -53,13 +59,15 @@ QelTransformer::QelTransformer(double sx, double sy, const QelPoint* fixedPoint)
   updateFlags();
 }
 
-QelTransformer::QelTransformer(const QelPoint& center, double angle) { rotate(center.x, center.y, angle); }
+QelTransformer::QelTransformer(const QelPoint& center, double angle) {
+  rotate(center.x, center.y, angle);
+}
 
 void QelTransformer::updateFlags() {
   _det = _m11 * _m22 - _m12 * _m21;
   _noRotation = std::fabs(_m12) <= kZero && std::fabs(_m21) <= kZero;
-  _translationOnly = _noRotation && std::fabs(_m11 - 1) <= kUnitTolerance &&
-                     std::fabs(_m22 - 1) <= kUnitTolerance;
+  _translationOnly =
+      _noRotation && std::fabs(_m11 - 1) <= kUnitTolerance && std::fabs(_m22 - 1) <= kUnitTolerance;
 }
 
 void QelTransformer::map(double x, double y, double& ox, double& oy) const {
@@ -212,7 +220,9 @@ void QelTransformer::getValues(float& m11, float& m12, float& m21, float& m22, f
   getValues(x0, y0);
 }
 
-void QelTransformer::getValues(float& x0, float& y0) const { x0 = float(_x0), y0 = float(_y0); }
+void QelTransformer::getValues(float& x0, float& y0) const {
+  x0 = float(_x0), y0 = float(_y0);
+}
 
 void QelTransformer::setValues(float m11, float m12, float m21, float m22) {
   _m11 = m11, _m12 = m12, _m21 = m21, _m22 = m22;
@@ -233,4 +243,6 @@ bool QelTransformer::isIdentity() const {
   return _translationOnly && std::fabs(_x0) <= kZero && std::fabs(_y0) <= kZero;
 }
 
-bool QelTransformer::isBad() const { return !(std::fabs(_det) > kZero); }
+bool QelTransformer::isBad() const {
+  return !(std::fabs(_det) > kZero);
+}

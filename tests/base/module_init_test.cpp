@@ -13,13 +13,19 @@ namespace {
 std::vector<std::string> calls;
 
 int firstState = 0, secondState = 0;
-void firstWork() { calls.push_back("first"); }
+void firstWork() {
+  calls.push_back("first");
+}
 void secondWork() {
   calls.push_back("second");
   QelInitializeOnce(secondState, secondWork);  // a module reaching itself does not recurse
 }
-int firstModule() { return QelInitializeOnce(firstState, firstWork); }
-int secondModule() { return QelInitializeOnce(secondState, secondWork); }
+int firstModule() {
+  return QelInitializeOnce(firstState, firstWork);
+}
+int secondModule() {
+  return QelInitializeOnce(secondState, secondWork);
+}
 
 TEST(ModuleInitTest, EachInitialiserWorksOnceInTableOrderAndKeepsItsResult) {
   calls.clear();

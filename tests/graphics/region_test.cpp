@@ -8,7 +8,9 @@
 
 namespace {
 
-QelRect disjoint(int i) { return QelRect(i * 20, 0, 10, 10); }
+QelRect disjoint(int i) {
+  return QelRect(i * 20, 0, 10, 10);
+}
 
 TEST(RegionTest, PointTestIsClosedWhileRectangleTestIsHalfOpen) {
   QelRegion region(QelRect(0, 0, 10, 10));

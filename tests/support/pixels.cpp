@@ -60,8 +60,9 @@ Image readDrawable(Display* display, Drawable drawable, Visual* visual, Colormap
           XColor color;
           color.pixel = pixel;
           XQueryColor(display, colormap, &color);
-          known = palette.emplace(pixel, uint32_t(color.red >> 8) << 16 |
-                                             uint32_t(color.green >> 8) << 8 | (color.blue >> 8))
+          known = palette
+                      .emplace(pixel, uint32_t(color.red >> 8) << 16 |
+                                          uint32_t(color.green >> 8) << 8 | (color.blue >> 8))
                       .first;
         }
         rgb = known->second;
@@ -84,8 +85,9 @@ bool writePng(const Image& image, const std::string& path) {
     return false;
   }
   png_init_io(png, file);
-  png_set_IHDR(png, info, png_uint_32(image.width), png_uint_32(image.height), 8, PNG_COLOR_TYPE_RGB,
-               PNG_INTERLACE_NONE, PNG_COMPRESSION_TYPE_DEFAULT, PNG_FILTER_TYPE_DEFAULT);
+  png_set_IHDR(png, info, png_uint_32(image.width), png_uint_32(image.height), 8,
+               PNG_COLOR_TYPE_RGB, PNG_INTERLACE_NONE, PNG_COMPRESSION_TYPE_DEFAULT,
+               PNG_FILTER_TYPE_DEFAULT);
   png_write_info(png, info);
   std::vector<png_byte> row(size_t(image.width) * 3);
   for (int y = 0; y < image.height; ++y) {
@@ -125,8 +127,8 @@ std::string outputDirectory() {
   writePng(actual, base + "-actual.png");
   writePng(expected, base + "-expected.png");
   writePng(diff, base + "-diff.png");
-  return ::testing::AssertionFailure() << name << ": " << differing << " pixels differ (see "
-                                       << base << "-diff.png)";
+  return ::testing::AssertionFailure()
+         << name << ": " << differing << " pixels differ (see " << base << "-diff.png)";
 }
 
 }  // namespace kestrel::test

@@ -102,6 +102,8 @@ void PrivateXEnvironment::TearDown() {
   sharedDisplayName.clear();
 }
 
-const char* PrivateXEnvironment::displayName() { return sharedDisplayName.c_str(); }
+const char* PrivateXEnvironment::displayName() {
+  return sharedDisplayName.c_str();
+}
 
 }  // namespace kestrel::test
