@@ -6,6 +6,7 @@ set -euo pipefail
 packages=(
   g++ cmake ninja-build pkg-config                 # the build
   libx11-dev libxt-dev libmotif-dev libxtst-dev    # Xlib, Xt, Motif, XTest
+  libxres-dev                                      # counting X resources in leak tests
   libgtest-dev libgmock-dev libbenchmark-dev       # tests and benchmarks
   libpng-dev                                       # screenshots and failure images
   xvfb xauth x11-utils xdotool                     # private X servers and real input

@@ -3,13 +3,20 @@
 #include <array>
 
 #include "base/module_init.h"
+#include "graphics/graphic.h"
+#include "graphics/rectangle.h"
+#include "graphics/selection.h"
 
 namespace {
 
 // The toolkit's load order is graphio, graphic, chart, scale, graphset, view, contain, chartcnt,
-// contint, chartint, ..., marker, ..., select, ..., gadget, ..., scrollb, ..., msglabel, ...;
-// a module gets its entry here, in that order, once the library contains it.
-constexpr std::array<QelModule, 0> loadOrder{};
+// contint, chartint, ..., rectobj, ..., marker, ..., select, ..., gadget, ..., scrollb, ...,
+// msglabel, ...; a module gets its entry here, in that order, once the library contains it.
+constexpr std::array<QelModule, 3> loadOrder{{
+    {"graphic", QelGraphicModuleInit},
+    {"rectobj", QelRectangleModuleInit},
+    {"select", QelSelectionModuleInit},
+}};
 
 int initializerResults[loadOrder.size() + 1];
 

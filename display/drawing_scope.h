@@ -1,0 +1,31 @@
+// Shared by the display's drawing operations (not part of the toolkit's interface): the
+// session a single operation opens when none is in progress, and the trace line it prints.
+#pragma once
+
+#include "display/display.h"
+
+class QelDrawingScope {
+ public:
+  // Opens a session on `port` when none is open; the destructor closes only what it opened.
+  QelDrawingScope(const QelDisplay* display, QelPort* port) : _display(display) {
+    if (!display->_drawingPort) {
+      display->_drawingPort = port;
+      display->_drawingClip = nullptr;
+      _opened = true;
+    }
+  }
+  ~QelDrawingScope() {
+    if (_opened) _display->_drawingPort = nullptr;
+  }
+  QelDrawingScope(const QelDrawingScope&) = delete;
+  QelDrawingScope& operator=(const QelDrawingScope&) = delete;
+
+ private:
+  const QelDisplay* _display;
+  bool _opened = false;
+};
+
+// With the trace switch on, prints "OPERATION PORT " and the formatted geometry on standard
+// output, then flushes. Does nothing when the switch is off.
+void QelTraceDrawing(const char* operation, const QelPort* port, const char* format, ...)
+    __attribute__((format(printf, 3, 4)));

@@ -1,0 +1,258 @@
+#include "display/palette.h"
+
+#include <functional>
+
+#include "display/color.h"
+#include "display/display.h"
+#include "display/font.h"
+#include "display/line_style.h"
+#include "display/pattern.h"
+#include "display/port.h"
+
+int QelXFunctionOfMode(int mode) {
+  switch (mode) {
+    case QelDrawModeOr: return GXor;
+    case QelDrawModeAnd: return GXand;
+    case QelDrawModeXor: return GXxor;
+    case QelDrawModeInvert: return GXinvert;
+    case QelDrawModeCopyInverted: return GXcopyInverted;
+    case QelDrawModeOrInverted: return GXorInverted;
+    case QelDrawModeAndInverted: return GXandInverted;
+    case QelDrawModeEquivalent: return GXequiv;
+    default: return GXcopy;
+  }
+}
+
+bool QelPaletteAttributes::operator==(const QelPaletteAttributes& o) const {
+  return background == o.background && foreground == o.foreground && pattern == o.pattern &&
+         colorPattern == o.colorPattern && font == o.font && lineStyle == o.lineStyle &&
+         lineWidth == o.lineWidth && fillStyle == o.fillStyle && arcMode == o.arcMode &&
+         fillRule == o.fillRule && mode == o.mode && overwrite == o.overwrite &&
+         planeMask == o.planeMask;
+}
+
+size_t QelPaletteAttributes::hash() const {
+  size_t h = 0;
+  auto mix = [&h](size_t v) { h ^= v + 0x9e3779b97f4a7c15ull + (h << 6) + (h >> 2); };
+  std::hash<const void*> pointer;
+  mix(pointer(background)), mix(pointer(foreground)), mix(pointer(pattern));
+  mix(pointer(colorPattern)), mix(pointer(font)), mix(pointer(lineStyle));
+  mix(lineWidth), mix(size_t(fillStyle)), mix(size_t(arcMode)), mix(size_t(fillRule));
+  mix(size_t(mode)), mix(size_t(overwrite)), mix(planeMask);
+  return h;
+}
+
+namespace {
+
+template <typename Resource>
+void lockIf(Resource* resource) {
+  if (resource) resource->lock();
+}
+
+template <typename Resource>
+void unLockIf(Resource* resource) {
+  if (resource) resource->unLock();
+}
+
+}  // namespace
+
+QelPalette::QelPalette(QelDisplay* display, int shared)
+    : QelPalette(display, QelPaletteAttributes(), shared) {}
+
+QelPalette::QelPalette(QelDisplay* display, const QelPaletteAttributes& attributes, int shared)
+    : QelResource(display), _shared(shared), _attributes(attributes), _clip(8) {
+  display->normalize(_attributes);
+  lockIf(_attributes.background);
+  lockIf(_attributes.foreground);
+  lockIf(_attributes.font);
+  lockIf(_attributes.lineStyle);
+  lockIf(_attributes.pattern);
+  lockIf(_attributes.colorPattern);
+  makePalette();
+}
+
+QelPalette::~QelPalette() {
+  QelDisplay* display = getDisplay();
+  display->removePalette(this);
+  if (_gc && display->getXDisplay()) XFreeGC(display->getXDisplay(), _gc);
+  unLockIf(_attributes.colorPattern);
+  unLockIf(_attributes.pattern);
+  unLockIf(_attributes.lineStyle);
+  unLockIf(_attributes.font);
+  unLockIf(_attributes.foreground);
+  unLockIf(_attributes.background);
+}
+
+void QelPalette::unLock() {
+  if (release() && _shared) delete this;
+}
+
+int QelXFillStyleOf(const QelPaletteAttributes& a, const QelPattern* solid) {
+  if (a.fillStyle == QelFillColorPattern && a.colorPattern) return FillTiled;
+  if (a.fillStyle == QelFillMaskPattern) return FillStippled;
+  return a.pattern == solid || !a.pattern ? FillSolid : FillOpaqueStippled;
+}
+
+void QelPalette::makePalette() {
+  QelDisplay* display = getDisplay();
+  Display* x = display->getXDisplay();
+  if (!x) return;
+  const QelPaletteAttributes& a = _attributes;
+  XGCValues values;
+  unsigned long mask = GCFunction | GCPlaneMask | GCForeground | GCBackground | GCLineWidth |
+                       GCLineStyle | GCFillStyle | GCFillRule | GCArcMode | GCSubwindowMode |
+                       GCGraphicsExposures;
+  values.function = QelXFunctionOfMode(a.mode);
+  _planeMask = display->paletteplaneMask() & a.planeMask;
+  values.plane_mask = _planeMask;
+  values.foreground = a.foreground->getIndex();
+  values.background = a.background->getIndex();
+  values.line_width = a.lineWidth;
+  bool solidLine = !a.lineStyle || a.lineStyle->isSolid();
+  values.line_style = solidLine ? LineSolid : LineOnOffDash;
+  values.fill_style = QelXFillStyleOf(a, display->solidPattern());
+  values.fill_rule = a.fillRule == QelEvenOddRule ? EvenOddRule : WindingRule;
+  values.arc_mode = a.arcMode == QelArcPie ? ArcPieSlice : ArcChord;
+  if (a.colorPattern && a.colorPattern->getBitmap()->isValid()) {
+    values.tile = a.colorPattern->getBitmap()->getPixmap();
+    mask |= GCTile;
+  }
+  if (a.pattern && a.pattern->getBitmap()->isValid()) {
+    values.stipple = a.pattern->getBitmap()->getPixmap();
+    mask |= GCStipple;
+  }
+  if (a.font && !a.font->isFontSet() && a.font->getXFontStruct()) {
+    values.font = a.font->getXFontStruct()->fid;
+    mask |= GCFont;
+  }
+  values.subwindow_mode = a.overwrite ? IncludeInferiors : ClipByChildren;
+  values.graphics_exposures = True;
+  _gc = XCreateGC(x, display->getGCDrawable(), mask, &values);
+  if (!solidLine)
+    XSetDashes(x, _gc, a.lineStyle->getOffset(),
+               reinterpret_cast<const char*>(a.lineStyle->getDashes()), a.lineStyle->getCount());
+  if (_shared) display->filePalette(this);
+}
+
+template <typename Resource>
+void QelPalette::replace(Resource*& field, Resource* value) {
+  Resource* old = field;
+  lockIf(value);
+  field = value;
+  unLockIf(old);  // after the GC stopped using it
+}
+
+void QelPalette::attributesChanged(const QelPaletteAttributes& before) {
+  if (!_shared || before == _attributes) return;
+  getDisplay()->unfilePalette(this, before);
+  getDisplay()->filePalette(this);
+}
+
+void QelPalette::setForeground(QelColor* color) {
+  if (!color || color == _attributes.foreground) return;
+  QelPaletteAttributes before = _attributes;
+  getDisplay()->setForeground(this, color);
+  replace(_attributes.foreground, color);
+  attributesChanged(before);
+}
+
+void QelPalette::setBackground(QelColor* color) {
+  if (!color || color == _attributes.background) return;
+  QelPaletteAttributes before = _attributes;
+  getDisplay()->setBackground(this, color);
+  replace(_attributes.background, color);
+  attributesChanged(before);
+}
+
+void QelPalette::setFont(QelFont* font) {
+  if (!font || font == _attributes.font) return;
+  QelPaletteAttributes before = _attributes;
+  getDisplay()->setFont(this, font);
+  replace(_attributes.font, font);
+  attributesChanged(before);
+}
+
+void QelPalette::setLineStyle(QelLineStyle* style) {
+  if (!style || style == _attributes.lineStyle) return;
+  QelPaletteAttributes before = _attributes;
+  getDisplay()->setLineStyle(this, style, _attributes.lineWidth);
+  replace(_attributes.lineStyle, style);
+  attributesChanged(before);
+}
+
+void QelPalette::setLineWidth(uint16_t width) {
+  if (width == _attributes.lineWidth) return;
+  QelPaletteAttributes before = _attributes;
+  getDisplay()->setLineStyle(this, _attributes.lineStyle, width);
+  _attributes.lineWidth = width;
+  attributesChanged(before);
+}
+
+void QelPalette::setPattern(QelPattern* pattern) {
+  if (!pattern) pattern = getDisplay()->solidPattern();
+  if (pattern == _attributes.pattern) return;
+  QelPaletteAttributes before = _attributes;
+  replace(_attributes.pattern, pattern);
+  getDisplay()->setPattern(this, pattern);
+  attributesChanged(before);
+}
+
+void QelPalette::setColorPattern(QelColorPattern* pattern) {
+  if (pattern == _attributes.colorPattern) return;
+  QelPaletteAttributes before = _attributes;
+  replace(_attributes.colorPattern, pattern);
+  getDisplay()->setColorPattern(this, pattern);
+  attributesChanged(before);
+}
+
+void QelPalette::setMode(QelDrawMode mode) {
+  if (mode == _attributes.mode) return;
+  QelPaletteAttributes before = _attributes;
+  _attributes.mode = mode;
+  getDisplay()->setMode(this, mode);
+  attributesChanged(before);
+}
+
+void QelPalette::setFillStyle(QelFillStyle style) {
+  if (style == _attributes.fillStyle) return;
+  QelPaletteAttributes before = _attributes;
+  _attributes.fillStyle = style;
+  getDisplay()->setFillStyle(this, style);
+  attributesChanged(before);
+}
+
+void QelPalette::setArcMode(QelArcMode mode) {
+  if (mode == _attributes.arcMode) return;
+  QelPaletteAttributes before = _attributes;
+  _attributes.arcMode = mode;
+  getDisplay()->setArcMode(this, mode);
+  attributesChanged(before);
+}
+
+void QelPalette::setFillRule(QelFillRule rule) {
+  if (rule == _attributes.fillRule) return;
+  QelPaletteAttributes before = _attributes;
+  _attributes.fillRule = rule;
+  getDisplay()->setFillRule(this, rule);
+  attributesChanged(before);
+}
+
+void QelPalette::setOverwrite(int overwrite) {
+  if (overwrite == _attributes.overwrite) return;
+  QelPaletteAttributes before = _attributes;
+  _attributes.overwrite = overwrite;
+  getDisplay()->setOverwrite(this, overwrite);
+  attributesChanged(before);
+}
+
+void QelPalette::setPlaneMask(uint32_t mask) {
+  if (mask == _attributes.planeMask) return;
+  QelPaletteAttributes before = _attributes;
+  _attributes.planeMask = mask;
+  getDisplay()->setPlaneMask(this, mask);
+  attributesChanged(before);
+}
+
+void QelPalette::setClip(const QelRect* rect) { getDisplay()->setClip(this, rect); }
+
+void QelPalette::setClip(const QelRegion* region) { getDisplay()->setClip(this, region); }

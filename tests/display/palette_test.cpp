@@ -1,0 +1,170 @@
+#include <gtest/gtest.h>
+
+#include "display/color.h"
+#include "display/font.h"
+#include "display/line_style.h"
+#include "display/palette.h"
+#include "display/pattern.h"
+#include "tests/display/rules.h"
+#include "tests/support/display_fixture.h"
+
+namespace kestrel::test {
+
+void checkPaletteRules(QelDisplay* display) {
+  QelPalette* defaults = display->getPalette(nullptr, nullptr);
+  ASSERT_NE(defaults, nullptr);
+  EXPECT_EQ(display->getPalette(nullptr, nullptr), defaults);
+  EXPECT_EQ(display->defaultPalette(), defaults);
+  EXPECT_EQ(display->getPalette("default"), defaults);
+  EXPECT_EQ(defaults->getBackground(), display->defaultBackground());
+  EXPECT_EQ(defaults->getPattern(), display->solidPattern());
+  EXPECT_EQ(defaults->getLineStyle(), display->solidLineStyle());
+
+  // Asking by the default objects themselves is asking for the same attributes.
+  EXPECT_EQ(display->getPalette(display->defaultBackground(), display->defaultForeground(),
+                                display->solidPattern(), nullptr, display->defaultFont(),
+                                display->solidLineStyle()),
+            defaults);
+  QelColor* red = display->getColor("red");
+  QelPalette* redLines = display->getPalette(nullptr, red, nullptr, nullptr, nullptr, nullptr, 2);
+  EXPECT_NE(redLines, defaults);
+  EXPECT_EQ(display->getPalette(nullptr, red, nullptr, nullptr, nullptr, nullptr, 2), redLines);
+  EXPECT_NE(display->getPalette(nullptr, red, nullptr, nullptr, nullptr, nullptr, 2, QelFillPattern,
+                                QelArcPie, QelEvenOddRule, QelDrawModeXor),
+            redLines);
+
+  // A shared palette holds its resources and lets them go with its last lock.
+  QelColor* teal = display->getColor("#008080");
+  uint8_t dashes[] = {3, 5};
+  QelLineStyle* style = display->getLineStyle(2, dashes, 1);
+  style->setName("kestrel-dashes");
+  QelPalette* shared = display->getPalette(nullptr, teal, nullptr, nullptr, nullptr, style, 3);
+  display->setPaletteName(shared, "kestrel-shared");
+  EXPECT_EQ(teal->getLockCount(), 1u);
+  EXPECT_EQ(style->getLockCount(), 1u);
+  shared->lock();
+  shared->lock();
+  shared->unLock();
+  EXPECT_EQ(display->getPalette("kestrel-shared"), shared);
+  shared->unLock();
+  EXPECT_EQ(display->getPalette("kestrel-shared"), nullptr);
+  EXPECT_EQ(display->findColor("#008080"), nullptr);
+  EXPECT_EQ(display->getLineStyle("kestrel-dashes"), nullptr);
+
+  // An unshared palette outlives its last lock; its owner deletes it.
+  QelPaletteAttributes attributes;
+  attributes.foreground = display->getColor("blue");
+  QelPalette* own = new QelPalette(display, attributes, 0);
+  own->lock();
+  own->unLock();
+  EXPECT_EQ(own->getForeground(), attributes.foreground);
+  EXPECT_NE(display->getPalette(nullptr, attributes.foreground), own);  // never handed out
+  delete own;
+}
+
+namespace {
+
+class PaletteTest : public DisplayTest {
+ protected:
+  XGCValues gcValues(const QelPalette* palette, unsigned long mask) {
+    XGCValues values;
+    EXPECT_TRUE(XGetGCValues(xDisplay, palette->getGC(), mask, &values));
+    return values;
+  }
+};
+
+TEST_F(PaletteTest, SharingAndLockCounts) {
+  checkPaletteRules(display);
+}
+
+TEST_F(PaletteTest, GraphicsContextCarriesExactlyTheAttributes) {
+  QelColor* fg = display->getColor("red");
+  QelColor* bg = display->getColor("yellow");
+  QelPalette* palette =
+      display->getPalette(bg, fg, nullptr, nullptr, nullptr, display->getLineStyle("dash"), 3,
+                          QelFillPattern, QelArcChord, QelWindingRule, QelDrawModeXor, 1);
+  unsigned long all = GCFunction | GCPlaneMask | GCForeground | GCBackground | GCLineWidth |
+                      GCLineStyle | GCFillStyle | GCFillRule | GCArcMode | GCSubwindowMode |
+                      GCGraphicsExposures;
+  XGCValues v = gcValues(palette, all);
+  EXPECT_EQ(v.function, GXxor);
+  EXPECT_EQ(v.plane_mask, 0xffffffu);
+  EXPECT_EQ(v.foreground, fg->getIndex());
+  EXPECT_EQ(v.background, bg->getIndex());
+  EXPECT_EQ(v.line_width, 3);
+  EXPECT_EQ(v.line_style, LineOnOffDash);
+  EXPECT_EQ(v.fill_style, FillSolid);
+  EXPECT_EQ(v.fill_rule, WindingRule);
+  EXPECT_EQ(v.arc_mode, ArcChord);
+  EXPECT_EQ(v.subwindow_mode, IncludeInferiors);
+  EXPECT_EQ(v.graphics_exposures, True);
+
+  QelPalette* plain = display->defaultPalette();
+  v = gcValues(plain, all);
+  EXPECT_EQ(v.function, GXcopy);
+  EXPECT_EQ(v.line_style, LineSolid);
+  EXPECT_EQ(v.fill_rule, EvenOddRule);
+  EXPECT_EQ(v.arc_mode, ArcPieSlice);
+  EXPECT_EQ(v.subwindow_mode, ClipByChildren);
+
+  const int functions[] = {GXcopy,         GXor,         GXand,         GXxor,  GXinvert,
+                           GXcopyInverted, GXorInverted, GXandInverted, GXequiv};
+  for (int mode = 0; mode <= 9; ++mode) {
+    QelPalette* p =
+        display->getPalette(nullptr, fg, nullptr, nullptr, nullptr, nullptr, 0, QelFillPattern,
+                            QelArcPie, QelEvenOddRule, QelDrawMode(mode));
+    EXPECT_EQ(gcValues(p, GCFunction).function, mode < 9 ? functions[mode] : GXcopy) << mode;
+  }
+}
+
+TEST_F(PaletteTest, SettersChangeTheContextAndRefileSharedPalettes) {
+  QelColor* green = display->getColor("green");
+  QelColor* blue = display->getColor("blue");
+  green->lock();  // the palette lets go of green below, and the test still needs it
+  blue->lock();
+  QelPalette* palette = display->getPalette(nullptr, green, nullptr, nullptr, nullptr, nullptr, 7);
+  palette->lock();
+  palette->setForeground(blue);
+  palette->setMode(QelDrawModeOr);
+  palette->setLineStyle(display->getLineStyle("dot"));
+  palette->setFillRule(QelWindingRule);
+  XGCValues v = gcValues(palette, GCForeground | GCFunction | GCLineStyle | GCFillRule);
+  EXPECT_EQ(v.foreground, blue->getIndex());
+  EXPECT_EQ(v.function, GXor);
+  EXPECT_EQ(v.line_style, LineOnOffDash);
+  EXPECT_EQ(v.fill_rule, WindingRule);
+  EXPECT_EQ(
+      display->getPalette(nullptr, blue, nullptr, nullptr, nullptr, display->getLineStyle("dot"), 7,
+                          QelFillPattern, QelArcPie, QelWindingRule, QelDrawModeOr),
+      palette);
+  EXPECT_NE(display->getPalette(nullptr, green, nullptr, nullptr, nullptr, nullptr, 7), palette);
+  palette->unLock();
+  green->unLock();
+  blue->unLock();
+}
+
+TEST_F(PaletteTest, PredefinedLineStylesAndLookupByValue) {
+  const struct {
+    const char* name;
+    uint16_t count;
+  } styles[] = {{"solid", 0},         {"dot", 2},       {"dash", 2},      {"dashdot", 4},
+                {"dashdoubledot", 5}, {"alternate", 2}, {"doubledot", 4}, {"longdash", 2}};
+  for (const auto& s : styles) {
+    QelLineStyle* style = display->getLineStyle(s.name);
+    ASSERT_NE(style, nullptr) << s.name;
+    EXPECT_EQ(style->getCount(), s.count) << s.name;
+    EXPECT_GE(style->getLockCount(), 1u) << s.name;  // the display keeps every one
+  }
+  const uint8_t dash[] = {8, 8};
+  EXPECT_EQ(display->getLineStyle(2, dash, 0), display->getLineStyle("dash"));
+  QelLineStyle* shifted = display->getLineStyle(2, dash, 3);
+  EXPECT_NE(shifted, display->getLineStyle("dash"));
+  EXPECT_EQ(display->getLineStyle(2, dash, 3), shifted);
+  const uint8_t zero[] = {4, 0};
+  EXPECT_EQ(display->getLineStyle(2, zero, 0), nullptr);  // X refuses zero lengths
+  EXPECT_EQ(display->getLineStyle(3, nullptr, 0), nullptr);
+  EXPECT_EQ(display->getLineStyle(0, nullptr, 0), display->solidLineStyle());
+}
+
+}  // namespace
+}  // namespace kestrel::test
