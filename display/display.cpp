@@ -103,17 +103,17 @@ QelDisplay::QelDisplay(const char* name, const char* displayName, int argc, char
   static bool toolkitInitialized = false;
   if (!toolkitInitialized) XtToolkitInitialize();
   toolkitInitialized = true;
-  XtAppContext context = XtCreateApplicationContext();
-  QelInstallXtWarningHandler(context);
-  int count = argc;
-  _xDisplay = XtOpenDisplay(context, displayName, _name.c_str(), kClassName, nullptr, 0, &count,
-                            argv);
+  // Opened with Xlib first: Xt would keep a copy of the name of a display it cannot open.
+  _xDisplay = XOpenDisplay(displayName);
   if (!_xDisplay) {
     std::printf("Can't open Display\n");
     std::fflush(stdout);
-    XtDestroyApplicationContext(context);
     return;
   }
+  XtAppContext context = XtCreateApplicationContext();
+  QelInstallXtWarningHandler(context);
+  int count = argc;
+  XtDisplayInitialize(context, _xDisplay, _name.c_str(), kClassName, nullptr, 0, &count, argv);
   toolkitAppContext = context;
   _ownsConnection = true;
   _config = std::make_unique<QelXDisplayConfig>(_xDisplay);

@@ -82,7 +82,8 @@ void copyThroughMask(const QelDisplay* display, const QelPalette* palette,
   values.graphics_exposures = False;
   XChangeGC(x, gc, GCClipMask | GCClipXOrigin | GCClipYOrigin | GCGraphicsExposures, &values);
   bool plane = source->depth() == 1;
-  if (!palette->hasClip()) {
+  // A palette clipped by a mask cannot combine it with the source's: its mask is put back after.
+  if (!palette->hasClip() || palette->getClipMask()) {
     copyPixels(x, source->getDrawable(), destination->getDrawable(), gc, plane, c);
   } else {
     const QelRegion& clip = palette->getClip();
@@ -97,7 +98,9 @@ void copyThroughMask(const QelDisplay* display, const QelPalette* palette,
       copyPixels(x, source->getDrawable(), destination->getDrawable(), gc, plane, piece);
     }
   }
-  if (palette->hasClip()) {
+  if (palette->getClipMask()) {
+    XSetClipMask(x, gc, palette->getClipMask());
+  } else if (palette->hasClip()) {
     QelRegion clip(palette->getClip());
     display->setClip(palette, &clip);
   } else {

@@ -121,6 +121,7 @@ void QelDisplay::setClip(const QelPalette* palette, const QelRegion* region) con
     return;
   }
   if (!usable(this, palette)) return;
+  palette->_clipMask = None;
   if (!region) {
     palette->_hasClip = false;
     palette->_clip.clear();
@@ -144,6 +145,7 @@ void QelDisplay::setClip(const QelPalette* palette, int32_t x, int32_t y,
   if (!usable(this, palette)) return;
   palette->_hasClip = mask != nullptr;
   palette->_clip.clear();
+  palette->_clipMask = mask && mask->isValid() ? mask->getPixmap() : None;
   XSetClipOrigin(_xDisplay, palette->getGC(), x, y);
   XSetClipMask(_xDisplay, palette->getGC(), mask && mask->isValid() ? mask->getPixmap() : None);
 }

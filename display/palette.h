@@ -86,6 +86,8 @@ class QelPalette : public QelResource {
   uint32_t getPlaneMask() const { return _planeMask; }
   const QelRegion& getClip() const { return _clip; }
   bool hasClip() const { return _hasClip; }
+  // The mask bitmap's pixmap when the clip is a mask (setClip with a bitmap), else None.
+  Pixmap getClipMask() const { return _clipMask; }
 
   // Each replaces the attribute (locking the new resource, unlocking the old one) and changes
   // the graphics context in place. A shared palette is re-filed under its new attributes.
@@ -119,5 +121,6 @@ class QelPalette : public QelResource {
   // The clip is drawing state, changed through const palettes by the display's setClip.
   mutable QelRegion _clip;
   mutable bool _hasClip = false;
+  mutable Pixmap _clipMask = None;
   GC _gc = nullptr;
 };

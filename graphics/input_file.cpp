@@ -137,7 +137,7 @@ bool QelInputFile::readString(std::string& text) {
 
 // --- Header ----------------------------------------------------------------------------------
 
-bool QelInputFile::readHeaderLine(std::string& line) {
+void QelInputFile::readHeaderLine(std::string& line) {
   std::streambuf* buffer = _stream.rdbuf();
   for (int c = buffer->sgetc();; c = buffer->snextc()) {
     if (c == EOF) {
@@ -151,7 +151,6 @@ bool QelInputFile::readHeaderLine(std::string& line) {
     if (line.size() < kMaxString) line += char(c);
   }
   if (!line.empty() && line.back() == '\r') line.pop_back();
-  return true;
 }
 
 bool QelInputFile::readHeader(QelDisplay* display) {
@@ -353,8 +352,7 @@ QelGraphic* QelInputFile::readObjectBlock(int& index) {
         fail("readObjectBlock: EOF unexpected");
         return nullptr;
       }
-      auto* info =
-          dynamic_cast<QelNamedPropertyClassInfo*>(QelClassInfo::Get(className.c_str()));
+      auto* info = dynamic_cast<QelNamedPropertyClassInfo*>(QelClassInfo::Get(className.c_str()));
       if (!info || !info->getReader()) {
         fail("readObjectBlock: Unregistered class: %s", className.c_str());
         return nullptr;

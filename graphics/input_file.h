@@ -21,7 +21,8 @@ class QelInputFile {
   explicit QelInputFile(std::istream& stream);
   virtual ~QelInputFile();
   // Reads the header and every block; returns the objects of the "GraphicObjects" block, which
-  // the caller owns. On failure the objects already built are deleted and the result is empty.
+  // the caller owns. On failure the objects already built are deleted and the result is empty;
+  // an unknown block only ends the reading (with a warning) and keeps what was read before it.
   virtual std::vector<QelGraphic*> readObjects(QelDisplay* display);
   virtual QelGraphic* readObject();
   virtual bool parseBlock(const char* descriptor);
@@ -42,7 +43,8 @@ class QelInputFile {
   QelGraphic* readObjectBlock(int& index);
   // Reads the next block descriptor and parses the block; false at the end or on failure.
   bool readBlock();
-  // The object at the index read next (one written earlier in the block), or null.
+  // The object of the current objects block whose file index is read next, or null: only
+  // objects whose blocks are complete, that is, ones written earlier, can be found.
   QelGraphic* readReference(QelDisplay* display);
 
   // Quoted text as QelOutputFile::writeString writes it; false when malformed.
@@ -76,7 +78,8 @@ class QelInputFile {
   void releasePalettes();
 
  private:
-  bool readHeaderLine(std::string& line);
+  // Appends the rest of the line (cut to kMaxString bytes) and consumes its line break.
+  void readHeaderLine(std::string& line);
   bool readObjectsBlock();
   void forgetFileIndices();
   // Deletes the objects read so far, the later ones first (they may refer to earlier ones).
@@ -90,10 +93,10 @@ class QelInputFile {
   std::string _creator;
   std::string _descriptor;
   bool _failed = false;
-  std::vector<QelPalette*> _palettes;               // locked while the file reads
+  std::vector<QelPalette*> _palettes;  // locked while the file reads
   std::vector<QelGraphicClassInfo*> _classes;
-  std::vector<QelGraphic*> _objects;                 // every object block read so far
-  size_t _blockStart = 0;                            // where the current objects block begins
+  std::vector<QelGraphic*> _objects;                      // every object block read so far
+  size_t _blockStart = 0;                                 // where the current objects block begins
   std::unordered_map<int32_t, QelGraphic*> _byFileIndex;  // the current block's indexed objects
 };
 

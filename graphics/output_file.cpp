@@ -79,9 +79,10 @@ void QelOutputFile::saveObjects(uint32_t count, QelGraphic* const* graphics, uin
   writeHeader(count, graphics);
   // Positions first, so that a reference written by any object names the right one.
   _objectIndex.clear();
+  _objectIndex.reserve(count);
   int next = 0;
   for (uint32_t i = 0; i < count; ++i)
-    if (graphics[i] && !_objectIndex.count(graphics[i])) _objectIndex[graphics[i]] = next++;
+    if (graphics[i] && _objectIndex.try_emplace(graphics[i], next).second) ++next;
   _stream << "GraphicObjects " << next << '\n';
   for (uint32_t i = 0; i < count; ++i) {
     auto found = graphics[i] ? _objectIndex.find(graphics[i]) : _objectIndex.end();
@@ -126,7 +127,7 @@ void QelOutputFile::writeHeader(uint32_t count, QelGraphic* const* graphics) {
     if (!graphics[i]) continue;
     searchPalettes(graphics[i]);
     const QelClassInfo* info = graphics[i]->getClassInfo();
-    if (_classIndex.emplace(info, int(_classes.size())).second) _classes.push_back(info);
+    if (_classIndex.try_emplace(info, int(_classes.size())).second) _classes.push_back(info);
   }
   if (_classIndexing) {
     _stream << "GraphicClasses " << _classes.size() << '\n';
@@ -147,7 +148,7 @@ void QelOutputFile::writeHeader(uint32_t count, QelGraphic* const* graphics) {
 void QelOutputFile::searchPalettes(const QelGraphic* graphic) {
   auto* simple = dynamic_cast<const QelSimpleGraphic*>(graphic);
   const QelPalette* palette = simple ? simple->getPalette() : nullptr;
-  if (palette && _paletteIndex.emplace(palette, int(_palettes.size())).second)
+  if (palette && _paletteIndex.try_emplace(palette, int(_palettes.size())).second)
     _palettes.push_back(palette);
 }
 

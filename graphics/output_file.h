@@ -5,8 +5,8 @@
 
 #include <cstdint>
 #include <locale>
-#include <map>
 #include <ostream>
+#include <unordered_map>
 #include <vector>
 
 class QelClassInfo;
@@ -54,10 +54,10 @@ class QelOutputFile {
   std::streamsize _previousPrecision;
   bool _classIndexing = false;
   std::vector<const QelPalette*> _palettes;
-  std::map<const QelPalette*, int> _paletteIndex;
+  std::unordered_map<const QelPalette*, int> _paletteIndex;
   std::vector<const QelClassInfo*> _classes;
-  std::map<const QelClassInfo*, int> _classIndex;
-  std::map<const QelGraphic*, int> _objectIndex;
+  std::unordered_map<const QelClassInfo*, int> _classIndex;
+  std::unordered_map<const QelGraphic*, int> _objectIndex;
 };
 
 // Writes `count` graphics to `stream` as a data file (no container needed).

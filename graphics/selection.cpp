@@ -115,7 +115,7 @@ int QelSelectionModuleInit() {
 }
 
 void* QelDrawSelection::operator new(size_t size) {
-  // Subclasses are bigger than the pool's blocks: they go to the global allocator.
+  // Blocks of any other size (subclasses with fields of their own) come from the global heap.
   if (size != sizeof(QelDrawSelection) || !freeCount) return ::operator new(size);
   void* block = freeBlocks[--freeCount];
   QEL_UNPOISON(block, sizeof(QelDrawSelection));

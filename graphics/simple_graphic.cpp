@@ -15,7 +15,7 @@
 QelClassInfo* QelSimpleGraphicClassInfo();
 
 QelSimpleGraphic::QelSimpleGraphic(QelDisplay* display, QelPalette* palette) {
-  initialize(palette ? palette : display->defaultPalette());
+  initialize(palette ? palette : display ? display->defaultPalette() : nullptr);
 }
 
 QelSimpleGraphic::~QelSimpleGraphic() {
@@ -141,6 +141,7 @@ const QelSymbol* name(const char* text) { return QelSymbol::Get(text); }
 }  // namespace
 
 bool QelSimpleGraphic::queryValue(QelValue& value) const {
+  if (!_palette) return QelGraphic::queryValue(value);
   const QelPaletteAttributes& a = _palette->getAttributes();
   const QelSymbol* n = value.getName();
   if (n == name("foreground")) value.set(static_cast<void*>(a.foreground));

@@ -9,7 +9,7 @@ struct QelPaletteAttributes;
 
 class QelSimpleGraphic : public QelGraphic {
  public:
-  // A null palette means the display's default palette.
+  // A null palette means the display's default palette (none without a display either).
   QelSimpleGraphic(QelDisplay* display, QelPalette* palette);
   ~QelSimpleGraphic() override;
 
