@@ -13,11 +13,11 @@ QelXColormap::~QelXColormap() {
 }
 
 QelColor::QelColor(QelDisplay* display, QelXColormap* colormap, const char* name,
-                   const char* spec, int isMutable)
+                   const char* description, int isMutable)
     : QelResource(display, name), _mutable(isMutable), _colormap(colormap) {
   XColor parsed;
-  if (!display->getXDisplay() || !spec ||
-      !XParseColor(display->getXDisplay(), colormap->getColormap(), spec, &parsed))
+  if (!display->getXDisplay() || !description ||
+      !XParseColor(display->getXDisplay(), colormap->getColormap(), description, &parsed))
     return;
   _red = parsed.red, _green = parsed.green, _blue = parsed.blue;
   allocate();

@@ -25,10 +25,10 @@ class QelXColormap {
 
 class QelColor : public QelResource {
  public:
-  // Parses `spec` (an X colour name, or #RRRRGGGGBBBB after widening) in `colormap` and
+  // Parses `description` (an X colour name, or #RRRRGGGGBBBB after widening) in `colormap` and
   // allocates a cell: shared read-only, or a private one when `isMutable`. On failure the
   // pixel is (unsigned long)-1 and the display throws the colour away.
-  QelColor(QelDisplay* display, QelXColormap* colormap, const char* name, const char* spec,
+  QelColor(QelDisplay* display, QelXColormap* colormap, const char* name, const char* description,
            int isMutable);
   // Allocates the exact components.
   QelColor(QelDisplay* display, QelXColormap* colormap, const char* name, unsigned short red,

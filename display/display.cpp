@@ -604,7 +604,7 @@ void QelDisplay::removePalette(QelPalette* palette) {
   }
 }
 
-uint32_t QelDisplay::paletteplaneMask() const {
+uint32_t QelDisplay::palettePlaneMask() const {
   if (_allPlanesMask == _usedPlanesMask) return 0xffffff;
   uint32_t mask = _config->usedPlanesMask;
   if (_config->directMapping) return mask;

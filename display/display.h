@@ -192,7 +192,7 @@ class QelDisplay {
   void removePalette(QelPalette* palette);
   QelPalette* defaultPalette() const { return _defaultPalette; }
   // The plane mask a new graphics context gets.
-  uint32_t paletteplaneMask() const;
+  uint32_t palettePlaneMask() const;
 
   // --- Changing a palette's graphics context in place --------------------------------------------
   void setForeground(const QelPalette* palette, const QelColor* color) const;

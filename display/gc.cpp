@@ -102,7 +102,7 @@ void QelDisplay::setOverwrite(const QelPalette* palette, int overwrite) const {
 
 void QelDisplay::setPlaneMask(const QelPalette* palette, uint32_t mask) const {
   if (!usable(this, palette)) return;
-  const_cast<QelPalette*>(palette)->_planeMask = paletteplaneMask() & mask;
+  const_cast<QelPalette*>(palette)->_planeMask = palettePlaneMask() & mask;
   XSetPlaneMask(_xDisplay, palette->getGC(), palette->getPlaneMask());
 }
 

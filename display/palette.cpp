@@ -103,7 +103,7 @@ void QelPalette::makePalette() {
                        GCLineStyle | GCFillStyle | GCFillRule | GCArcMode | GCSubwindowMode |
                        GCGraphicsExposures;
   values.function = QelXFunctionOfMode(a.mode);
-  _planeMask = display->paletteplaneMask() & a.planeMask;
+  _planeMask = display->palettePlaneMask() & a.planeMask;
   values.plane_mask = _planeMask;
   values.foreground = a.foreground->getIndex();
   values.background = a.background->getIndex();

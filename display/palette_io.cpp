@@ -111,28 +111,28 @@ void QelWritePalette(std::ostream& out, const QelPalette& palette) {
 }
 
 QelPalette* QelReadPalette(QelDisplay& display, std::istream& in) {
+  // The whole line is read before any name is looked up, so that a malformed line leaves
+  // nothing behind in the display's caches.
   Reader reader(in);
-  bool present;
-  QelPaletteAttributes a;
-  std::string background = reader.name(present);
-  if (present) a.background = display.getColor(background.c_str());
-  std::string foreground = reader.name(present);
-  if (present) a.foreground = display.getColor(foreground.c_str());
-  std::string font = reader.name(present);
-  if (present) a.font = display.getFont(font.c_str());
-  if (reader.peekIs('[')) {
+  bool hasBackground, hasForeground, hasFont, hasStyle = false, hasPattern;
+  std::string background = reader.name(hasBackground);
+  std::string foreground = reader.name(hasForeground);
+  std::string font = reader.name(hasFont);
+  std::string style;
+  bool dashList = reader.peekIs('[');
+  uint16_t offset = 0;
+  std::vector<uint8_t> dashes;
+  if (dashList) {
     reader.take();
-    uint16_t offset = uint16_t(reader.number(UINT16_MAX));
-    std::vector<uint8_t> dashes;
+    offset = uint16_t(reader.number(UINT16_MAX));
     while (reader.ok() && !reader.peekIs(']') && dashes.size() <= kMaxDashes)
       dashes.push_back(uint8_t(reader.number(255)));
     if (!reader.peekIs(']') || dashes.size() > kMaxDashes) return nullptr;
     reader.take();
-    a.lineStyle = display.getLineStyle(uint16_t(dashes.size()), dashes.data(), offset);
   } else {
-    std::string style = reader.name(present);
-    if (present) a.lineStyle = display.getLineStyle(style.c_str());
+    style = reader.name(hasStyle);
   }
+  QelPaletteAttributes a;
   a.lineWidth = uint16_t(reader.number(UINT16_MAX));
   a.fillStyle = QelFillStyle(reader.number(QelFillColorPattern));
   a.arcMode = QelArcMode(reader.number(1));
@@ -140,10 +140,26 @@ QelPalette* QelReadPalette(QelDisplay& display, std::istream& in) {
   a.mode = QelDrawMode(reader.number(QelDrawModeEquivalent));
   a.overwrite = int(reader.number(1));
   a.planeMask = reader.number(UINT32_MAX);
-  std::string pattern = reader.name(present);
-  if (present) a.pattern = display.getPattern(pattern.c_str());
+  std::string pattern = reader.name(hasPattern);
   if (!reader.ok()) return nullptr;
   in.ignore(std::numeric_limits<std::streamsize>::max(), '\n');
-  if (a.font && !a.font->isValid()) a.font = nullptr;
+
+  if (dashList) {
+    a.lineStyle = display.getLineStyle(uint16_t(dashes.size()), dashes.data(), offset);
+    if (!a.lineStyle) return nullptr;  // a dash list X refuses
+  } else if (hasStyle) {
+    a.lineStyle = display.getLineStyle(style.c_str());
+  }
+  if (hasBackground) a.background = display.getColor(background.c_str());
+  if (hasForeground) a.foreground = display.getColor(foreground.c_str());
+  if (hasPattern) a.pattern = display.getPattern(pattern.c_str());
+  if (hasFont) {
+    a.font = display.getFont(font.c_str());
+    // A font that cannot be loaded draws with the default; nobody keeps the failed one.
+    if (a.font && !a.font->isValid()) {
+      if (a.font->getLockCount() == 0) delete a.font;
+      a.font = nullptr;
+    }
+  }
   return display.getPalette(a);
 }

@@ -132,7 +132,13 @@ bool QelGraphic::hasProperty(const QelSymbol* key) const {
 void QelGraphic::setProperty(const QelSymbol* key, void* value) { properties(true)->set(key, value); }
 
 void* QelGraphic::removeProperty(const QelSymbol* key) {
-  return _properties ? _properties->remove(key) : nullptr;
+  if (!_properties) return nullptr;
+  void* value = _properties->remove(key);
+  if (_properties->isEmpty()) {  // a graphic without properties costs one null pointer
+    delete _properties;
+    _properties = nullptr;
+  }
+  return value;
 }
 
 void QelGraphic::removeProperties() {

@@ -243,7 +243,7 @@ bool QelInputFile::parseBlock(const char* descriptor) {
     palettesRead(count);
     return true;
   }
-  if (block == "GraphicObjects" || block == "QelObjects") return readObjectsBlock();
+  if (block == "GraphicObjects" || block == "QelObjects") return readObjectsBlock(descriptor);
   // What these blocks hold is for the subclass that wrote them.
   if (block == "Views" || block == "Layers" || block == "Size" || block == "Background" ||
       block == "GeometryHandlers")
@@ -252,9 +252,9 @@ bool QelInputFile::parseBlock(const char* descriptor) {
   return false;
 }
 
-bool QelInputFile::readObjectsBlock() {
+bool QelInputFile::readObjectsBlock(const char* descriptor) {
   uint32_t count = 0;
-  if (!readCount(count, _descriptor.c_str())) return false;
+  if (!readCount(count, descriptor)) return false;
   _blockStart = _objects.size();
   _byFileIndex.clear();
   uint32_t read = 0;

@@ -80,7 +80,7 @@ class QelInputFile {
  private:
   // Appends the rest of the line (cut to kMaxString bytes) and consumes its line break.
   void readHeaderLine(std::string& line);
-  bool readObjectsBlock();
+  bool readObjectsBlock(const char* descriptor);
   void forgetFileIndices();
   // Deletes the objects read so far, the later ones first (they may refer to earlier ones).
   void deleteObjects();

@@ -125,7 +125,7 @@ void* QelDrawSelection::operator new(size_t size) {
 void QelDrawSelection::operator delete(void* p, size_t size) {
   if (!p) return;
   if (size != sizeof(QelDrawSelection) || freeCount == kPoolCapacity) {
-    ::operator delete(p, size);
+    ::operator delete(p);
     return;
   }
   QEL_POISON(p, sizeof(QelDrawSelection));
