@@ -11,7 +11,6 @@
 #include <vector>
 
 #include "tests/support/display_fixture.h"
-#include "tests/support/x_server.h"
 
 #include "display/color.h"
 #include "graphics/input_file.h"
@@ -24,23 +23,16 @@ constexpr int kObjects = 100000;
 constexpr int kPalettes = 8;
 
 struct Scene {
-  kestrel::test::XServer server;
-  Display* x = nullptr;
-  QelDisplay* display = nullptr;
+  kestrel::test::PrivateDisplay session{"kestrel-bench"};
+  QelDisplay* display = session.display();
+  const std::string& error = session.error();
   std::vector<QelGraphic*> rectangles;
   std::string text;
-  std::string error;
 
   Scene() {
     QelGraphicModuleInit();
     QelRectangleModuleInit();
-    if (!server.start(&error)) return;
-    x = kestrel::test::openXtDisplay(server.displayName().c_str());
-    if (!x) {
-      error = "cannot connect to " + server.displayName();
-      return;
-    }
-    display = new QelDisplay(x, "kestrel-bench");
+    if (!display) return;
     const char* inks[kPalettes] = {"black", "red", "green", "blue", "gold", "navy", "gray", "cyan"};
     std::vector<QelPalette*> palettes;
     for (const char* ink : inks)
@@ -55,10 +47,8 @@ struct Scene {
   }
   ~Scene() {
     for (QelGraphic* g : rectangles) delete g;
-    delete display;
-    kestrel::test::closeXtDisplay(x);
   }
-  bool ready() const { return display && display->getXDisplay(); }
+  bool ready() const { return display != nullptr; }
 };
 
 Scene& scene() {

@@ -11,7 +11,6 @@
 #include <vector>
 
 #include "tests/support/display_fixture.h"
-#include "tests/support/x_server.h"
 
 namespace {
 
@@ -20,23 +19,17 @@ constexpr uint32_t kWidth = 800, kHeight = 600;
 constexpr uint16_t kMarkerSize = 4;
 
 struct Scene {
-  kestrel::test::XServer server;
-  Display* x = nullptr;
-  QelDisplay* display = nullptr;
+  kestrel::test::PrivateDisplay session{"kestrel-bench"};
+  QelDisplay* display = session.display();
+  Display* x = session.xDisplay();
+  const std::string& error = session.error();
   QelBitmap* pixmap = nullptr;
   QelPalette* palette = nullptr;
   std::vector<QelPoint> from, to, markers;
   std::vector<QelRect> rects;
-  std::string error;
 
   Scene() {
-    if (!server.start(&error)) return;
-    x = kestrel::test::openXtDisplay(server.displayName().c_str());
-    if (!x) {
-      error = "cannot connect to " + server.displayName();
-      return;
-    }
-    display = new QelDisplay(x, "kestrel-bench");
+    if (!display) return;
     pixmap = new QelBitmap(display, kWidth, kHeight, display->depth());
     palette = display->getPalette(display->getColor("white"), display->getColor("navy"));
     palette->lock();
@@ -52,10 +45,8 @@ struct Scene {
   ~Scene() {
     if (palette) palette->unLock();
     delete pixmap;
-    delete display;
-    kestrel::test::closeXtDisplay(x);
   }
-  bool ready() const { return display && display->getXDisplay() && pixmap->isValid(); }
+  bool ready() const { return display && pixmap->isValid(); }
 
   void toolkitFrame() const {
     for (int i = 0; i < kFigures; ++i) display->drawLine(pixmap, palette, from[i], to[i]);

@@ -82,12 +82,24 @@ void QelHSVToRGB(float h, float s, float v, unsigned short& red, unsigned short&
   float p = v * (1 - s), q = v * (1 - s * f), t = v * (1 - s * (1 - f));
   float r, g, b;
   switch (i) {
-    case 0: r = v, g = t, b = p; break;
-    case 1: r = q, g = v, b = p; break;
-    case 2: r = p, g = v, b = t; break;
-    case 3: r = p, g = q, b = v; break;
-    case 4: r = t, g = p, b = v; break;
-    default: r = v, g = p, b = q; break;
+    case 0:
+      r = v, g = t, b = p;
+      break;
+    case 1:
+      r = q, g = v, b = p;
+      break;
+    case 2:
+      r = p, g = v, b = t;
+      break;
+    case 3:
+      r = p, g = q, b = v;
+      break;
+    case 4:
+      r = t, g = p, b = v;
+      break;
+    default:
+      r = v, g = p, b = q;
+      break;
   }
   auto scale = [](float x) { return (unsigned short)std::lround(x * 65535.0f); };
   red = scale(r), green = scale(g), blue = scale(b);

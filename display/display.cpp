@@ -145,7 +145,9 @@ QelDisplay* QelDisplay::Find(Display* xDisplay) {
   return nullptr;
 }
 
-XtAppContext QelDisplay::GetAppContext() { return toolkitAppContext; }
+XtAppContext QelDisplay::GetAppContext() {
+  return toolkitAppContext;
+}
 
 bool QelDisplay::initialize(void (*configure)(QelDisplayConfig*)) {
   if (_opened) return true;
@@ -197,8 +199,8 @@ bool QelDisplay::displayInit() {
     _gcDrawable = root;
   } else {
     bool own = !_config->colormap || _config->colormap == defaultColormap;
-    Colormap colormap = own ? XCreateColormap(_xDisplay, root, _visual, AllocNone)
-                            : _config->colormap;
+    Colormap colormap =
+        own ? XCreateColormap(_xDisplay, root, _visual, AllocNone) : _config->colormap;
     _colormap = new QelXColormap(_xDisplay, colormap, _visual, own);
     XSetWindowAttributes attributes;
     attributes.colormap = colormap;
@@ -370,8 +372,8 @@ const char* QelDisplay::getResource(const char* name, const char* defaultValue) 
 
 const char* QelDisplay::getResource(const char* name, const char* objectName,
                                     const char* objectClass) const {
-  XrmQuark names[] = {XrmStringToQuark(_name.c_str()), XrmStringToQuark(objectName ? objectName : ""),
-                      NULLQUARK};
+  XrmQuark names[] = {XrmStringToQuark(_name.c_str()),
+                      XrmStringToQuark(objectName ? objectName : ""), NULLQUARK};
   XrmQuark classes[] = {XrmStringToQuark(kClassName),
                         XrmStringToQuark(objectClass ? objectClass : ""), NULLQUARK};
   const char* value = searchResource(_xDisplay, names, classes, name);
@@ -429,8 +431,8 @@ QelColor* QelDisplay::getColor(float hue, float saturation, float value, int isM
   return getColor(red, green, blue, isMutable);
 }
 
-QelColor* QelDisplay::getNearestColor(unsigned short red, unsigned short green,
-                                      unsigned short blue, unsigned long* distance) const {
+QelColor* QelDisplay::getNearestColor(unsigned short red, unsigned short green, unsigned short blue,
+                                      unsigned long* distance) const {
   QelColor* nearest = nullptr;
   unsigned long best = 0;
   for (const auto& entry : _colors) {
@@ -493,14 +495,22 @@ void removeFrom(std::vector<Resource*>& list, Resource* item) {
 
 }  // namespace
 
-QelPattern* QelDisplay::getPattern(const char* name) const { return findNamed(_patterns, name); }
-void QelDisplay::addPattern(QelPattern* pattern) { _patterns.push_back(pattern); }
-void QelDisplay::removePattern(QelPattern* pattern) { removeFrom(_patterns, pattern); }
+QelPattern* QelDisplay::getPattern(const char* name) const {
+  return findNamed(_patterns, name);
+}
+void QelDisplay::addPattern(QelPattern* pattern) {
+  _patterns.push_back(pattern);
+}
+void QelDisplay::removePattern(QelPattern* pattern) {
+  removeFrom(_patterns, pattern);
+}
 
 QelColorPattern* QelDisplay::getColorPattern(const char* name) const {
   return findNamed(_colorPatterns, name);
 }
-void QelDisplay::addColorPattern(QelColorPattern* pattern) { _colorPatterns.push_back(pattern); }
+void QelDisplay::addColorPattern(QelColorPattern* pattern) {
+  _colorPatterns.push_back(pattern);
+}
 void QelDisplay::removeColorPattern(QelColorPattern* pattern) {
   removeFrom(_colorPatterns, pattern);
 }
@@ -520,7 +530,9 @@ void QelDisplay::removeBitmap(QelBitmap* bitmap) {
   if (found != _bitmaps.end() && found->second == bitmap) _bitmaps.erase(found);
 }
 
-QelCursor* QelDisplay::getCursor(const char* name) const { return findNamed(_cursors, name); }
+QelCursor* QelDisplay::getCursor(const char* name) const {
+  return findNamed(_cursors, name);
+}
 
 QelCursor* QelDisplay::getCursor(unsigned int shape) {
   QelCursor* cursor = new QelCursor(this, shape);
@@ -528,7 +540,9 @@ QelCursor* QelDisplay::getCursor(unsigned int shape) {
   return cursor;
 }
 
-void QelDisplay::removeCursor(QelCursor* cursor) { removeFrom(_cursors, cursor); }
+void QelDisplay::removeCursor(QelCursor* cursor) {
+  removeFrom(_cursors, cursor);
+}
 
 // --- Palettes -------------------------------------------------------------------------------
 
@@ -540,12 +554,11 @@ void QelDisplay::normalize(QelPaletteAttributes& a) const {
   if (!a.lineStyle) a.lineStyle = _solidLineStyle;
 }
 
-QelPalette* QelDisplay::getPalette(QelColor* background, QelColor* foreground,
-                                   QelPattern* pattern, QelColorPattern* colorPattern,
-                                   QelFont* font, QelLineStyle* lineStyle, uint16_t lineWidth,
-                                   QelFillStyle fillStyle, QelArcMode arcMode,
-                                   QelFillRule fillRule, QelDrawMode mode, int overwrite,
-                                   uint32_t planeMask) {
+QelPalette* QelDisplay::getPalette(QelColor* background, QelColor* foreground, QelPattern* pattern,
+                                   QelColorPattern* colorPattern, QelFont* font,
+                                   QelLineStyle* lineStyle, uint16_t lineWidth,
+                                   QelFillStyle fillStyle, QelArcMode arcMode, QelFillRule fillRule,
+                                   QelDrawMode mode, int overwrite, uint32_t planeMask) {
   QelPaletteAttributes a;
   a.background = background, a.foreground = foreground, a.pattern = pattern;
   a.colorPattern = colorPattern, a.font = font, a.lineStyle = lineStyle;

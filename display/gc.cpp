@@ -34,11 +34,13 @@ bool toXRectangle(const QelRect& r, XRectangle& out) {
 }  // namespace
 
 void QelDisplay::setForeground(const QelPalette* palette, const QelColor* color) const {
-  if (usable(this, palette) && color) XSetForeground(_xDisplay, palette->getGC(), color->getIndex());
+  if (usable(this, palette) && color)
+    XSetForeground(_xDisplay, palette->getGC(), color->getIndex());
 }
 
 void QelDisplay::setBackground(const QelPalette* palette, const QelColor* color) const {
-  if (usable(this, palette) && color) XSetBackground(_xDisplay, palette->getGC(), color->getIndex());
+  if (usable(this, palette) && color)
+    XSetBackground(_xDisplay, palette->getGC(), color->getIndex());
 }
 
 void QelDisplay::setFont(const QelPalette* palette, const QelFont* font) const {
@@ -50,8 +52,8 @@ void QelDisplay::setLineStyle(const QelPalette* palette, const QelLineStyle* sty
                               uint16_t width) const {
   if (!usable(this, palette)) return;
   bool solid = !style || style->isSolid();
-  XSetLineAttributes(_xDisplay, palette->getGC(), width, solid ? LineSolid : LineOnOffDash,
-                     CapButt, JoinMiter);
+  XSetLineAttributes(_xDisplay, palette->getGC(), width, solid ? LineSolid : LineOnOffDash, CapButt,
+                     JoinMiter);
   if (!solid)
     XSetDashes(_xDisplay, palette->getGC(), style->getOffset(),
                reinterpret_cast<const char*>(style->getDashes()), style->getCount());

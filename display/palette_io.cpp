@@ -2,8 +2,8 @@
 
 #include <cctype>
 #include <charconv>
-#include <limits>
 #include <cstdint>
+#include <limits>
 #include <string>
 #include <vector>
 
@@ -104,8 +104,8 @@ void QelWritePalette(std::ostream& out, const QelPalette& palette) {
     out << ']';
   }
   out << ' ' << a.lineWidth << ' ' << int(a.fillStyle) << ' ' << int(a.arcMode) << ' '
-      << int(a.fillRule) << ' ' << int(a.mode) << ' ' << (a.overwrite ? 1 : 0) << ' '
-      << a.planeMask << ' ';
+      << int(a.fillRule) << ' ' << int(a.mode) << ' ' << (a.overwrite ? 1 : 0) << ' ' << a.planeMask
+      << ' ';
   writeName(out, a.pattern == display->solidPattern() ? nullptr : a.pattern->getName());
   out << '\n';
 }

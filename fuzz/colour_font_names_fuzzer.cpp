@@ -3,7 +3,6 @@
 // than X's 255-byte limit sent to the server.
 // The test support (gtest) goes before any X header: Xlib's macros break gtest.
 #include "tests/support/display_fixture.h"
-#include "tests/support/x_server.h"
 
 #include <dlfcn.h>
 
@@ -90,29 +89,12 @@ const char* __lsan_default_suppressions() {
 namespace {
 
 // One private server, connection and display for the whole run, torn down at exit.
-struct Session {
-  kestrel::test::XServer server;
-  Display* x = nullptr;
-  QelDisplay* display = nullptr;
-
-  Session() {
-    QelSetErrorHandler(nullptr);  // unknown names are reported by design: keep the run quiet
-    std::string error;
-    if (!server.start(&error)) std::abort();
-    x = kestrel::test::openXtDisplay(server.displayName().c_str());
-    if (!x) std::abort();
-    display = new QelDisplay(x, "kestrel-fuzz");
-    if (!display->getXDisplay()) std::abort();
-  }
-  ~Session() {
-    delete display;
-    kestrel::test::closeXtDisplay(x);
-  }
-};
-
 QelDisplay* theDisplay() {
-  static Session session;
-  return session.display;
+  // Unknown names are reported by design: keep the run quiet.
+  static const bool quiet = (QelSetErrorHandler(nullptr), true);
+  static kestrel::test::PrivateDisplay session("kestrel-fuzz");
+  if (!quiet || !session.display()) std::abort();
+  return session.display();
 }
 
 // Lock and unlock: a resource nobody else holds goes, and with it its cache entry, so the

@@ -3,7 +3,6 @@
 // the same number of objects.
 // The test support (gtest) goes before any X header: Xlib's macros break gtest.
 #include "tests/support/display_fixture.h"
-#include "tests/support/x_server.h"
 
 #include <cstdint>
 #include <cstdlib>
@@ -50,34 +49,22 @@ class SilentError : public QelError {
   void warning(const char*) const override {}
 };
 
-// One private server, connection and display for the whole run, torn down at exit.
-struct Session {
-  kestrel::test::XServer server;
-  Display* x = nullptr;
-  QelDisplay* display = nullptr;
-
-  Session() {
-    QelSetErrorHandler(new SilentError);
-    QelGraphicModuleInit();
-    QelRectangleModuleInit();
-    QelSelectionModuleInit();
-    TextProperty::ClassInfo();
-    std::string error;
-    if (!server.start(&error)) std::abort();
-    x = kestrel::test::openXtDisplay(server.displayName().c_str());
-    if (!x) std::abort();
-    display = new QelDisplay(x, "kestrel-fuzz");
-    if (!display->getXDisplay()) std::abort();
-  }
-  ~Session() {
-    delete display;
-    kestrel::test::closeXtDisplay(x);
-  }
-};
+// The classes a file may name, and one private server, connection and display for the whole
+// run, torn down at exit.
+bool prepare() {
+  QelSetErrorHandler(new SilentError);
+  QelGraphicModuleInit();
+  QelRectangleModuleInit();
+  QelSelectionModuleInit();
+  TextProperty::ClassInfo();
+  return true;
+}
 
 QelDisplay* theDisplay() {
-  static Session session;
-  return session.display;
+  static const bool prepared = prepare();
+  static kestrel::test::PrivateDisplay session("kestrel-fuzz");
+  if (!prepared || !session.display()) std::abort();
+  return session.display();
 }
 
 std::vector<QelGraphic*> load(const std::string& text) {

@@ -21,7 +21,9 @@ using TagList = std::vector<const QelSymbol*>;
 // A mark property: its presence is what counts.
 void* const kMark = reinterpret_cast<void*>(1);
 
-const QelSymbol* symbol(const char* name) { return QelSymbol::Get(name); }
+const QelSymbol* symbol(const char* name) {
+  return QelSymbol::Get(name);
+}
 
 }  // namespace
 
@@ -33,12 +35,17 @@ struct QelGraphic::ObjectProperty {
 QelGraphicHolder::~QelGraphicHolder() = default;
 
 QelNamedProperty::~QelNamedProperty() = default;
-QelClassInfo* QelNamedProperty::getClassInfo() const { return ClassInfo(); }
+QelClassInfo* QelNamedProperty::getClassInfo() const {
+  return ClassInfo();
+}
 void QelNamedProperty::write(QelOutputFile&) const {}
 
 // --- Symbols and class infos ---------------------------------------------------------------
 
-const QelSymbol* QelGraphic::NameSymbol() { static auto* s = symbol("__QelName"); return s; }
+const QelSymbol* QelGraphic::NameSymbol() {
+  static auto* s = symbol("__QelName");
+  return s;
+}
 const QelSymbol* QelGraphic::CallbackListSymbol() {
   static auto* s = symbol("__QelCallbackList");
   return s;
@@ -55,8 +62,14 @@ const QelSymbol* QelGraphic::NamedPropSymbol() {
   static auto* s = symbol("__QelNamedProperties");
   return s;
 }
-const QelSymbol* QelGraphic::TagsSymbol() { static auto* s = symbol("__QelTags"); return s; }
-const QelSymbol* QelGraphic::SensitiveSymbol() { static auto* s = symbol("sensitive"); return s; }
+const QelSymbol* QelGraphic::TagsSymbol() {
+  static auto* s = symbol("__QelTags");
+  return s;
+}
+const QelSymbol* QelGraphic::SensitiveSymbol() {
+  static auto* s = symbol("sensitive");
+  return s;
+}
 const QelSymbol* QelGraphic::FocusableSymbol() {
   static auto* s = symbol("__QelFocusableSymbol");
   return s;
@@ -64,8 +77,14 @@ const QelSymbol* QelGraphic::FocusableSymbol() {
 
 namespace {
 
-const QelSymbol* highlightSymbol() { static auto* s = symbol("__QelHighlight"); return s; }
-const QelSymbol* focusSymbol() { static auto* s = symbol("__QelFocus"); return s; }
+const QelSymbol* highlightSymbol() {
+  static auto* s = symbol("__QelHighlight");
+  return s;
+}
+const QelSymbol* focusSymbol() {
+  static auto* s = symbol("__QelFocus");
+  return s;
+}
 
 QelGraphicClassInfo* graphicClass = nullptr;
 QelGraphicClassInfo* simpleGraphicClass = nullptr;
@@ -73,11 +92,37 @@ QelNamedPropertyClassInfo* namedPropertyClass = nullptr;
 
 // The graphic module's symbols: property keys, accessor and callback-type names.
 const char* const moduleSymbols[] = {
-    "width", "height", "sensitive", "foreground", "background", "font", "pattern",
-    "colorPattern", "lineStyle", "fillStyle", "fillRule", "lineWidth", "arcMode", "x", "y",
-    "name", "mode", "planeMask", "overwrite", "palette", "__QelName", "__QelCallbackList",
-    "__QelClientData", "__QelObjectProp", "__QelNamedProperties", "__QelTags", "__QelSmartSet",
-    "__QelFocusableSymbol", "__QelCallback", "__QelFocusIn", "__QelFocusOut",
+    "width",
+    "height",
+    "sensitive",
+    "foreground",
+    "background",
+    "font",
+    "pattern",
+    "colorPattern",
+    "lineStyle",
+    "fillStyle",
+    "fillRule",
+    "lineWidth",
+    "arcMode",
+    "x",
+    "y",
+    "name",
+    "mode",
+    "planeMask",
+    "overwrite",
+    "palette",
+    "__QelName",
+    "__QelCallbackList",
+    "__QelClientData",
+    "__QelObjectProp",
+    "__QelNamedProperties",
+    "__QelTags",
+    "__QelSmartSet",
+    "__QelFocusableSymbol",
+    "__QelCallback",
+    "__QelFocusIn",
+    "__QelFocusOut",
 };
 
 int graphicModuleState = 0;
@@ -95,7 +140,9 @@ void initializeGraphicModule() {
 
 }  // namespace
 
-int QelGraphicModuleInit() { return QelInitializeOnce(graphicModuleState, initializeGraphicModule); }
+int QelGraphicModuleInit() {
+  return QelInitializeOnce(graphicModuleState, initializeGraphicModule);
+}
 
 QelClassInfo* QelGraphic::ClassInfo() {
   QelGraphicModuleInit();
@@ -114,7 +161,9 @@ QelClassInfo* QelSimpleGraphicClassInfo() {
 
 // --- Life ------------------------------------------------------------------------------------
 
-QelGraphic::~QelGraphic() { removeProperties(); }
+QelGraphic::~QelGraphic() {
+  removeProperties();
+}
 
 QelAList* QelGraphic::properties(bool create) {
   if (!_properties && create) _properties = new QelAList;
@@ -129,7 +178,9 @@ bool QelGraphic::hasProperty(const QelSymbol* key) const {
   return _properties && _properties->contains(key);
 }
 
-void QelGraphic::setProperty(const QelSymbol* key, void* value) { properties(true)->set(key, value); }
+void QelGraphic::setProperty(const QelSymbol* key, void* value) {
+  properties(true)->set(key, value);
+}
 
 void* QelGraphic::removeProperty(const QelSymbol* key) {
   if (!_properties) return nullptr;
@@ -175,7 +226,9 @@ void QelGraphic::copyProperties(const QelGraphic& other) {
 
 // --- Name, client data, holder, tags, marks ----------------------------------------------------
 
-const char* QelGraphic::getName() const { return static_cast<const char*>(getProperty(NameSymbol())); }
+const char* QelGraphic::getName() const {
+  return static_cast<const char*>(getProperty(NameSymbol()));
+}
 
 void QelGraphic::setName(const char* name) {
   const char* current = getName();
@@ -185,8 +238,12 @@ void QelGraphic::setName(const char* name) {
   if (copy) setProperty(NameSymbol(), copy);
 }
 
-void QelGraphic::setClientData(void* data) { setProperty(ClientDataSymbol(), data); }
-void* QelGraphic::getClientData() const { return getProperty(ClientDataSymbol()); }
+void QelGraphic::setClientData(void* data) {
+  setProperty(ClientDataSymbol(), data);
+}
+void* QelGraphic::getClientData() const {
+  return getProperty(ClientDataSymbol());
+}
 
 QelGraphicHolder* QelGraphic::getHolder() const {
   auto* record = static_cast<ObjectProperty*>(getProperty(ObjectPropertySymbol()));
@@ -232,14 +289,30 @@ void setMark(QelGraphic& graphic, const QelSymbol* mark, bool on) {
 
 }  // namespace
 
-void QelGraphic::setFocusable(bool focusable) { setMark(*this, FocusableSymbol(), focusable); }
-bool QelGraphic::isFocusable() const { return hasProperty(FocusableSymbol()); }
-void QelGraphic::setSensitive(bool sensitive) { setMark(*this, SensitiveSymbol(), !sensitive); }
-bool QelGraphic::isSensitive() const { return !hasProperty(SensitiveSymbol()); }
-void QelGraphic::setHighlight(bool highlight) { setMark(*this, highlightSymbol(), highlight); }
-bool QelGraphic::isHighlighted() const { return hasProperty(highlightSymbol()); }
-void QelGraphic::setFocus(bool focus) { setMark(*this, focusSymbol(), focus); }
-bool QelGraphic::hasFocus() const { return hasProperty(focusSymbol()); }
+void QelGraphic::setFocusable(bool focusable) {
+  setMark(*this, FocusableSymbol(), focusable);
+}
+bool QelGraphic::isFocusable() const {
+  return hasProperty(FocusableSymbol());
+}
+void QelGraphic::setSensitive(bool sensitive) {
+  setMark(*this, SensitiveSymbol(), !sensitive);
+}
+bool QelGraphic::isSensitive() const {
+  return !hasProperty(SensitiveSymbol());
+}
+void QelGraphic::setHighlight(bool highlight) {
+  setMark(*this, highlightSymbol(), highlight);
+}
+bool QelGraphic::isHighlighted() const {
+  return hasProperty(highlightSymbol());
+}
+void QelGraphic::setFocus(bool focus) {
+  setMark(*this, focusSymbol(), focus);
+}
+bool QelGraphic::hasFocus() const {
+  return hasProperty(focusSymbol());
+}
 
 // --- Named properties ----------------------------------------------------------------------
 
@@ -405,8 +478,7 @@ void QelGraphic::callCallbacks(const QelSymbol* type) {
   CallbackList snapshot = *list;
   for (const auto& record : snapshot) {
     const CallbackList* current = getCallbacks(type);
-    if (!current || std::find(current->begin(), current->end(), record) == current->end())
-      continue;
+    if (!current || std::find(current->begin(), current->end(), record) == current->end()) continue;
     if (record->function) {
       record->function(this, record->data);
     } else if (QelGraphicHolder* holder = getHolder()) {
@@ -507,10 +579,9 @@ void QelGraphic::moveResize(const QelRect& rect) {
 void QelGraphic::symmetry(unsigned int axis) {
   QelRect box;
   boundingBox(box, nullptr);
-  QelTransformer t =
-      axis & QelVertical
-          ? QelTransformer(-1, 0, 0, 1, float(int64_t(box.x) + box.right64()), 0)
-          : QelTransformer(1, 0, 0, -1, 0, float(int64_t(box.y) + box.bottom64()));
+  QelTransformer t = axis & QelVertical
+                         ? QelTransformer(-1, 0, 0, 1, float(int64_t(box.x) + box.right64()), 0)
+                         : QelTransformer(1, 0, 0, -1, 0, float(int64_t(box.y) + box.bottom64()));
   applyTransform(&t);
 }
 
@@ -546,7 +617,9 @@ void QelGraphic::queryValues(QelValue* values, uint16_t count) const {
   for (uint16_t i = 0; values && i < count; ++i) queryValue(values[i]);
 }
 
-bool QelGraphic::changeValue(const QelValue& value) { return applyValue(value); }
+bool QelGraphic::changeValue(const QelValue& value) {
+  return applyValue(value);
+}
 
 void QelGraphic::changeValues(const QelValue* values, uint16_t count) {
   for (uint16_t i = 0; values && i < count; ++i) changeValue(values[i]);
@@ -572,14 +645,17 @@ bool QelGraphic::applyValue(const QelValue& value) {
 
 void QelGraphic::getAccessors(const QelSymbol* const** names, const QelValueType** types,
                               uint32_t& count) const {
-  static const QelSymbol* accessorNames[] = {symbol("width"), symbol("height"), symbol("sensitive")};
+  static const QelSymbol* accessorNames[] = {symbol("width"), symbol("height"),
+                                             symbol("sensitive")};
   static const QelValueType accessorTypes[] = {QelValueUInt, QelValueUInt, QelValueInt};
   if (names) *names = accessorNames;
   if (types) *types = accessorTypes;
   count = 3;
 }
 
-bool QelGraphic::handleAccelerator(QelEvent&) { return false; }
+bool QelGraphic::handleAccelerator(QelEvent&) {
+  return false;
+}
 
 void QelGraphic::drawFocus(QelPort*, const QelPalette*, const QelTransformer*,
                            const QelRegion*) const {}
@@ -595,4 +671,6 @@ void QelGraphic::computeHighlightRegion(QelRegion& region, const QelTransformer*
   computeFocusRegion(region, t);
 }
 
-QelClassInfo* QelGraphic::getClassInfo() const { return ClassInfo(); }
+QelClassInfo* QelGraphic::getClassInfo() const {
+  return ClassInfo();
+}

@@ -32,8 +32,12 @@ void QelSimpleGraphic::initialize(QelPalette* palette) {
   _palette = palette;
 }
 
-QelClassInfo* QelSimpleGraphic::ClassInfo() { return QelSimpleGraphicClassInfo(); }
-QelClassInfo* QelSimpleGraphic::getClassInfo() const { return ClassInfo(); }
+QelClassInfo* QelSimpleGraphic::ClassInfo() {
+  return QelSimpleGraphicClassInfo();
+}
+QelClassInfo* QelSimpleGraphic::getClassInfo() const {
+  return ClassInfo();
+}
 
 template <typename Change>
 void QelSimpleGraphic::changePalette(Change change) {
@@ -60,10 +64,12 @@ bool assign(Field& field, Value value) {
 }  // namespace
 
 void QelSimpleGraphic::setBackground(QelColor* color) {
-  if (color) changePalette([color](QelPaletteAttributes& a) { return assign(a.background, color); });
+  if (color)
+    changePalette([color](QelPaletteAttributes& a) { return assign(a.background, color); });
 }
 void QelSimpleGraphic::setForeground(QelColor* color) {
-  if (color) changePalette([color](QelPaletteAttributes& a) { return assign(a.foreground, color); });
+  if (color)
+    changePalette([color](QelPaletteAttributes& a) { return assign(a.foreground, color); });
 }
 void QelSimpleGraphic::setFont(QelFont* font) {
   if (font) changePalette([font](QelPaletteAttributes& a) { return assign(a.font, font); });
@@ -72,10 +78,12 @@ void QelSimpleGraphic::setColorPattern(QelColorPattern* pattern) {
   changePalette([pattern](QelPaletteAttributes& a) { return assign(a.colorPattern, pattern); });
 }
 void QelSimpleGraphic::setPattern(QelPattern* pattern) {
-  changePalette([pattern](QelPaletteAttributes& a) { return pattern && assign(a.pattern, pattern); });
+  changePalette(
+      [pattern](QelPaletteAttributes& a) { return pattern && assign(a.pattern, pattern); });
 }
 void QelSimpleGraphic::setOverwrite(int overwrite) {
-  changePalette([overwrite](QelPaletteAttributes& a) { return assign(a.overwrite, overwrite != 0); });
+  changePalette(
+      [overwrite](QelPaletteAttributes& a) { return assign(a.overwrite, overwrite != 0); });
 }
 void QelSimpleGraphic::setMode(int mode) {
   changePalette([mode](QelPaletteAttributes& a) { return assign(a.mode, mode); });
@@ -136,7 +144,9 @@ void QelSimpleGraphic::applyResources(QelDisplay* display, const char* objectNam
 
 namespace {
 
-const QelSymbol* name(const char* text) { return QelSymbol::Get(text); }
+const QelSymbol* name(const char* text) {
+  return QelSymbol::Get(text);
+}
 
 }  // namespace
 
@@ -144,43 +154,65 @@ bool QelSimpleGraphic::queryValue(QelValue& value) const {
   if (!_palette) return QelGraphic::queryValue(value);
   const QelPaletteAttributes& a = _palette->getAttributes();
   const QelSymbol* n = value.getName();
-  if (n == name("foreground")) value.set(static_cast<void*>(a.foreground));
-  else if (n == name("background")) value.set(static_cast<void*>(a.background));
-  else if (n == name("font")) value.set(static_cast<void*>(a.font));
-  else if (n == name("pattern")) value.set(static_cast<void*>(a.pattern));
-  else if (n == name("colorPattern")) value.set(static_cast<void*>(a.colorPattern));
-  else if (n == name("lineStyle")) value.set(static_cast<void*>(a.lineStyle));
-  else if (n == name("fillStyle")) value.set(int32_t(a.fillStyle));
-  else if (n == name("fillRule")) value.set(int32_t(a.fillRule));
-  else if (n == name("lineWidth")) value.set(uint32_t(a.lineWidth));
-  else if (n == name("arcMode")) value.set(int32_t(a.arcMode));
-  else return QelGraphic::queryValue(value);
+  if (n == name("foreground"))
+    value.set(static_cast<void*>(a.foreground));
+  else if (n == name("background"))
+    value.set(static_cast<void*>(a.background));
+  else if (n == name("font"))
+    value.set(static_cast<void*>(a.font));
+  else if (n == name("pattern"))
+    value.set(static_cast<void*>(a.pattern));
+  else if (n == name("colorPattern"))
+    value.set(static_cast<void*>(a.colorPattern));
+  else if (n == name("lineStyle"))
+    value.set(static_cast<void*>(a.lineStyle));
+  else if (n == name("fillStyle"))
+    value.set(int32_t(a.fillStyle));
+  else if (n == name("fillRule"))
+    value.set(int32_t(a.fillRule));
+  else if (n == name("lineWidth"))
+    value.set(uint32_t(a.lineWidth));
+  else if (n == name("arcMode"))
+    value.set(int32_t(a.arcMode));
+  else
+    return QelGraphic::queryValue(value);
   return true;
 }
 
 bool QelSimpleGraphic::applyValue(const QelValue& value) {
   const QelSymbol* n = value.getName();
   void* pointer = value.asPointer();
-  if (n == name("foreground")) setForeground(static_cast<QelColor*>(pointer));
-  else if (n == name("background")) setBackground(static_cast<QelColor*>(pointer));
-  else if (n == name("font")) setFont(static_cast<QelFont*>(pointer));
-  else if (n == name("pattern")) setPattern(static_cast<QelPattern*>(pointer));
-  else if (n == name("colorPattern")) setColorPattern(static_cast<QelColorPattern*>(pointer));
-  else if (n == name("lineStyle")) setLineStyle(static_cast<QelLineStyle*>(pointer));
-  else if (n == name("fillStyle")) setFillStyle(value.asInt());
-  else if (n == name("fillRule")) setFillRule(value.asInt());
-  else if (n == name("lineWidth")) setLineWidth(uint16_t(std::min<uint32_t>(value.asUInt(), 0xffff)));
-  else if (n == name("arcMode")) setArcMode(value.asInt());
-  else return QelGraphic::applyValue(value);
+  if (n == name("foreground"))
+    setForeground(static_cast<QelColor*>(pointer));
+  else if (n == name("background"))
+    setBackground(static_cast<QelColor*>(pointer));
+  else if (n == name("font"))
+    setFont(static_cast<QelFont*>(pointer));
+  else if (n == name("pattern"))
+    setPattern(static_cast<QelPattern*>(pointer));
+  else if (n == name("colorPattern"))
+    setColorPattern(static_cast<QelColorPattern*>(pointer));
+  else if (n == name("lineStyle"))
+    setLineStyle(static_cast<QelLineStyle*>(pointer));
+  else if (n == name("fillStyle"))
+    setFillStyle(value.asInt());
+  else if (n == name("fillRule"))
+    setFillRule(value.asInt());
+  else if (n == name("lineWidth"))
+    setLineWidth(uint16_t(std::min<uint32_t>(value.asUInt(), 0xffff)));
+  else if (n == name("arcMode"))
+    setArcMode(value.asInt());
+  else
+    return QelGraphic::applyValue(value);
   return true;
 }
 
 void QelSimpleGraphic::getAccessors(const QelSymbol* const** names, const QelValueType** types,
                                     uint32_t& count) const {
   static const QelSymbol* accessorNames[] = {
-      name("width"),     name("height"),       name("sensitive"), name("foreground"),
-      name("background"), name("font"),        name("pattern"),   name("colorPattern"),
-      name("lineStyle"), name("fillStyle"),    name("fillRule"),  name("lineWidth"),
+      name("width"),      name("height"),    name("sensitive"), name("foreground"),
+      name("background"), name("font"),      name("pattern"),   name("colorPattern"),
+      name("lineStyle"),  name("fillStyle"), name("fillRule"),  name("lineWidth"),
       name("arcMode")};
   static const QelValueType accessorTypes[] = {
       QelValueUInt,    QelValueUInt,    QelValueInt,     QelValuePointer, QelValuePointer,

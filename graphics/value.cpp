@@ -17,27 +17,39 @@ Int saturate(double v) {
 
 int32_t QelValue::asInt() const {
   switch (_type) {
-    case QelValueInt: return _int;
-    case QelValueUInt: return saturate<int32_t>(_uint);
-    case QelValueFloat: return saturate<int32_t>(_float);
-    default: return 0;
+    case QelValueInt:
+      return _int;
+    case QelValueUInt:
+      return saturate<int32_t>(_uint);
+    case QelValueFloat:
+      return saturate<int32_t>(_float);
+    default:
+      return 0;
   }
 }
 
 uint32_t QelValue::asUInt() const {
   switch (_type) {
-    case QelValueInt: return saturate<uint32_t>(_int);
-    case QelValueUInt: return _uint;
-    case QelValueFloat: return saturate<uint32_t>(_float);
-    default: return 0;
+    case QelValueInt:
+      return saturate<uint32_t>(_int);
+    case QelValueUInt:
+      return _uint;
+    case QelValueFloat:
+      return saturate<uint32_t>(_float);
+    default:
+      return 0;
   }
 }
 
 float QelValue::asFloat() const {
   switch (_type) {
-    case QelValueInt: return float(_int);
-    case QelValueUInt: return float(_uint);
-    case QelValueFloat: return _float;
-    default: return 0;
+    case QelValueInt:
+      return float(_int);
+    case QelValueUInt:
+      return float(_uint);
+    case QelValueFloat:
+      return _float;
+    default:
+      return 0;
   }
 }

@@ -35,7 +35,8 @@ TEST(ClassRegistryTest, DuplicateNamesWarnKeepTheFirstAndConsumeANumber) {
   static QelClassInfo duplicate("KsBase", nullptr);
   static QelClassInfo after("KsAfter", &derived);
   ASSERT_EQ(messages.warnings().size(), 1u);
-  EXPECT_EQ(messages.warnings()[0], "QelClassInfo::QelClassInfo: class KsBase is already registered");
+  EXPECT_EQ(messages.warnings()[0],
+            "QelClassInfo::QelClassInfo: class KsBase is already registered");
   EXPECT_EQ(QelClassInfo::Get("KsBase"), &base);
   EXPECT_FALSE(duplicate.isRegistered());
   EXPECT_EQ(derived.getRegistrationNumber(), base.getRegistrationNumber() + 1);
@@ -49,7 +50,8 @@ TEST(ClassRegistryTest, DuplicateNamesWarnKeepTheFirstAndConsumeANumber) {
   // A chain through a class that never made it into the registry cannot be walked.
   static QelClassInfo orphan("KsOrphan", &duplicate);
   EXPECT_FALSE(orphan.isSubtypeOf("KsBase"));
-  EXPECT_EQ(messages.warnings().back(), "QelClassInfo::isSubtypeOf: KsBase not properly registered");
+  EXPECT_EQ(messages.warnings().back(),
+            "QelClassInfo::isSubtypeOf: KsBase not properly registered");
   EXPECT_FALSE(base.isSubtypeOf("KsNowhere"));
   EXPECT_EQ(messages.warnings().back(),
             "QelClassInfo::isSubtypeOf: KsNowhere not properly registered");

@@ -18,7 +18,8 @@ namespace {
 // A graphic that is just a floating-point box, to watch the base's geometry rules.
 class BoxGraphic : public QelSimpleGraphic {
  public:
-  BoxGraphic(QelDisplay* display, QelFloatRect box) : QelSimpleGraphic(display, nullptr), box(box) {}
+  BoxGraphic(QelDisplay* display, QelFloatRect box)
+      : QelSimpleGraphic(display, nullptr), box(box) {}
   void draw(QelPort*, const QelTransformer*, const QelRegion*) const override {}
   void boundingBox(QelRect& rect, const QelTransformer* t) const override {
     rect = QelRect(int32_t(box.minx), int32_t(box.miny), uint32_t(box.width()),
@@ -44,9 +45,15 @@ class GraphicTest : public DisplayTest {
 };
 
 std::vector<int> calls;
-const QelSymbol* activate() { return QelSymbol::Get("activate"); }
-void record(QelGraphic*, void* data) { calls.push_back(*static_cast<int*>(data)); }
-void last(QelGraphic*, void*) { calls.push_back(30); }
+const QelSymbol* activate() {
+  return QelSymbol::Get("activate");
+}
+void record(QelGraphic*, void* data) {
+  calls.push_back(*static_cast<int*>(data));
+}
+void last(QelGraphic*, void*) {
+  calls.push_back(30);
+}
 void selfRemoving(QelGraphic* graphic, void*) {
   calls.push_back(10);
   graphic->removeCallback(activate(), selfRemoving);

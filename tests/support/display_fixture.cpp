@@ -13,8 +13,8 @@ Display* openXtDisplay(const char* displayName) {
   initialized = true;
   XtAppContext app = XtCreateApplicationContext();
   int argc = 0;
-  Display* display = XtOpenDisplay(app, displayName, "kestrel-test", "Tessellar", nullptr, 0,
-                                   &argc, nullptr);
+  Display* display =
+      XtOpenDisplay(app, displayName, "kestrel-test", "Tessellar", nullptr, 0, &argc, nullptr);
   if (!display) XtDestroyApplicationContext(app);
   return display;
 }
@@ -42,6 +42,26 @@ Window mapWindow(Display* display, int width, int height) {
   do XWindowEvent(display, window, ExposureMask, &event);
   while (event.type != Expose);
   return window;
+}
+
+PrivateDisplay::PrivateDisplay(const char* name, const XServer::Options& options) {
+  if (!_server.start(options, &_error)) return;
+  _x = openXtDisplay(_server.displayName().c_str());
+  if (!_x) {
+    _error = "cannot connect to " + _server.displayName();
+    return;
+  }
+  _display = new QelDisplay(_x, name);
+  if (!_display->getXDisplay()) {
+    delete _display;
+    _display = nullptr;
+    _error = "the display could not be set up";
+  }
+}
+
+PrivateDisplay::~PrivateDisplay() {
+  delete _display;
+  closeXtDisplay(_x);
 }
 
 void DisplayTest::SetUpTestSuite() {

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "tests/support/pixels.h"
+#include "tests/support/x_server.h"
 
 #include <X11/Intrinsic.h>
 
@@ -27,6 +28,27 @@ void putResources(Display* display, const std::vector<std::string>& lines);
 
 // Maps a window with a white background and waits until it is exposed.
 Window mapWindow(Display* display, int width, int height);
+
+// A private X server of its own, an Xt connection to it and a QelDisplay adopting that, for
+// programs that are not test binaries (fuzzers, benchmarks). On failure display() is null and
+// error() says why.
+class PrivateDisplay {
+ public:
+  explicit PrivateDisplay(const char* name, const XServer::Options& options = XServer::Options());
+  ~PrivateDisplay();
+  PrivateDisplay(const PrivateDisplay&) = delete;
+  PrivateDisplay& operator=(const PrivateDisplay&) = delete;
+
+  QelDisplay* display() const { return _display; }
+  Display* xDisplay() const { return _x; }
+  const std::string& error() const { return _error; }
+
+ private:
+  XServer _server;
+  Display* _x = nullptr;
+  QelDisplay* _display = nullptr;
+  std::string _error;
+};
 
 // One display per test suite on the shared private server; windows made by a test are
 // destroyed after it.
