@@ -55,13 +55,13 @@ std::string widenColorName(const char* name) {
   return name;
 }
 
-// The style bits of the eight predefined line styles.
-struct LineStyleSpec {
+// The eight predefined line styles.
+struct PredefinedLineStyle {
   const char* name;
   uint16_t count;
   uint8_t dashes[5];
 };
-const LineStyleSpec predefinedLineStyles[] = {
+const PredefinedLineStyle predefinedLineStyles[] = {
     {"solid", 0, {}},
     {"dot", 2, {4, 4}},
     {"dash", 2, {8, 8}},
@@ -245,10 +245,10 @@ void QelDisplay::initPatterns() {
 }
 
 void QelDisplay::initLineStyles() {
-  for (const LineStyleSpec& spec : predefinedLineStyles) {
-    QelLineStyle* style = new QelLineStyle(this, spec.count, spec.dashes, 0, spec.name);
-    style->lock();
-    _lineStyles.push_back(style);
+  for (const PredefinedLineStyle& style : predefinedLineStyles) {
+    QelLineStyle* made = new QelLineStyle(this, style.count, style.dashes, 0, style.name);
+    made->lock();
+    _lineStyles.push_back(made);
   }
   _solidLineStyle = _lineStyles.front();
 }
