@@ -12,6 +12,7 @@
 #include "base/messages.h"
 #include "base/version.h"
 #include "display/color.h"
+#include "display/event.h"
 #include "display/font.h"
 #include "display/line_style.h"
 #include "display/palette.h"
@@ -83,7 +84,8 @@ QelXDisplayConfig::QelXDisplayConfig(Display* display) {
   depth = uint16_t(DefaultDepth(display, screen));
 }
 
-QelDisplay::QelDisplay(void* xDisplay, const char* name, void (*configure)(QelDisplayConfig*)) {
+QelDisplay::QelDisplay(void* xDisplay, const char* name, void (*configure)(QelDisplayConfig*))
+    : _lastButtonPress(std::make_unique<QelEvent>()) {
   _xDisplay = static_cast<Display*>(xDisplay);
   if (_xDisplay) {
     toolkitAppContext = XtDisplayToApplicationContext(_xDisplay);
@@ -98,7 +100,8 @@ QelDisplay::QelDisplay(void* xDisplay, const char* name, void (*configure)(QelDi
   }
 }
 
-QelDisplay::QelDisplay(const char* name, const char* displayName, int argc, char** argv) {
+QelDisplay::QelDisplay(const char* name, const char* displayName, int argc, char** argv)
+    : _lastButtonPress(std::make_unique<QelEvent>()) {
   _name = name && *name ? name : kClassName;
   static bool toolkitInitialized = false;
   if (!toolkitInitialized) XtToolkitInitialize();

@@ -31,6 +31,7 @@ class QelPort;
 class QelRegion;
 class QelTransformer;
 class QelXColormap;
+struct QelEvent;
 struct QelFontDescription;
 
 // What a program may choose before the display allocates anything: screen, visual, colormap
@@ -39,12 +40,12 @@ class QelXDisplayConfig {
  public:
   explicit QelXDisplayConfig(Display* display);
   int screen = 0;
-  Visual* visual = nullptr;    // null: the screen's default
-  Colormap colormap = 0;       // 0: the screen's default
-  uint16_t depth = 0;          // 0: the screen's default
-  uint16_t planes = 0;         // 0: all planes
-  uint32_t usedPlanesMask = 0; // planes the toolkit draws in, when restricted
-  int directMapping = 1;       // 0: used planes are scattered and must be packed
+  Visual* visual = nullptr;     // null: the screen's default
+  Colormap colormap = 0;        // 0: the screen's default
+  uint16_t depth = 0;           // 0: the screen's default
+  uint16_t planes = 0;          // 0: all planes
+  uint32_t usedPlanesMask = 0;  // planes the toolkit draws in, when restricted
+  int directMapping = 1;        // 0: used planes are scattered and must be packed
 };
 using QelDisplayConfig = QelXDisplayConfig;
 
@@ -98,8 +99,7 @@ class QelDisplay {
   // are cut. An empty or missing value gives `defaultValue`.
   const char* getResource(const char* name, const char* defaultValue = nullptr) const;
   // The same under an object name and class (each empty when null); null when missing.
-  const char* getResource(const char* name, const char* objectName,
-                          const char* objectClass) const;
+  const char* getResource(const char* name, const char* objectName, const char* objectClass) const;
   const char* getEnvOrResource(const char* envName, const char* resourceName = nullptr,
                                const char* defaultValue = nullptr) const;
   const char* getHome() const { return _home.c_str(); }
@@ -115,6 +115,15 @@ class QelDisplay {
   // The text of a message name ("&" names are keys of the message database).
   const char* getMessage(const char* name) const { return _messages.getMessage(name); }
   QelMessageDatabase& getMessageDatabase() { return _messages; }
+
+  // --- Events -------------------------------------------------------------------------------
+  // Dispatches, through the dispatch hooks, every event already received or waiting.
+  void readAndDispatchEvents();
+  // Waits for one event of this connection and dispatches it through the hooks.
+  void waitAndDispatchEvents();
+  int hasEvents() const;
+  // The last button press, against which the next one is told a double or multi click.
+  QelEvent& lastButtonPress() { return *_lastButtonPress; }
 
   // --- X errors ------------------------------------------------------------------------------
   int getLastXError() const { return _lastXError; }
@@ -175,9 +184,10 @@ class QelDisplay {
   QelCursor* getCursor(unsigned int shape);
   void removeCursor(QelCursor* cursor);
 
-  // --- Palettes -----------------------------------------------------------------------------------
-  // The shared palette with these attributes (null arguments mean the display's defaults),
-  // made on a miss. The caller locks what it keeps.
+  // --- Palettes
+  // ----------------------------------------------------------------------------------- The shared
+  // palette with these attributes (null arguments mean the display's defaults), made on a miss. The
+  // caller locks what it keeps.
   QelPalette* getPalette(QelColor* background, QelColor* foreground, QelPattern* pattern = nullptr,
                          QelColorPattern* colorPattern = nullptr, QelFont* font = nullptr,
                          QelLineStyle* lineStyle = nullptr, uint16_t lineWidth = 0,
@@ -223,7 +233,8 @@ class QelDisplay {
   void setDumpDevice(QelDumpDevice* device) { _dumpDevice = device; }
   QelDumpDevice* getDumpDevice() const { return _dumpDevice; }
 
-  // --- Drawing ------------------------------------------------------------------------------------
+  // --- Drawing
+  // ------------------------------------------------------------------------------------
   void drawPoint(QelPort* port, const QelPalette* palette, const QelPoint& p) const;
   void drawPoints(QelPort* port, const QelPalette* palette, uint32_t count,
                   const QelPoint* points) const;
@@ -237,8 +248,8 @@ class QelDisplay {
   // The relative form: `deltas` are steps from `start`.
   void drawPolyLine(QelPort* port, const QelPalette* palette, const QelPoint& start, uint32_t count,
                     const QelPoint* deltas) const;
-  void fillPolyLine(QelPort* port, const QelPalette* palette, uint32_t count, const QelPoint* points,
-                    int convex = 0) const;
+  void fillPolyLine(QelPort* port, const QelPalette* palette, uint32_t count,
+                    const QelPoint* points, int convex = 0) const;
   void fillPolyLine(QelPort* port, const QelPalette* palette, const QelPoint& start, uint32_t count,
                     const QelPoint* deltas, int convex = 0) const;
   // A frame of exactly w by h pixels (at least 2 by 2).
@@ -303,7 +314,8 @@ class QelDisplay {
                   const QelRect& rect) const;
   void drawMarker(QelPort* port, const QelPalette* palette, const QelPoint& point,
                   unsigned int type, uint16_t size) const;
-  // A filled arrow head inside `rect` pointing to `direction` (QelLeft, QelRight, QelTop, QelBottom).
+  // A filled arrow head inside `rect` pointing to `direction` (QelLeft, QelRight, QelTop,
+  // QelBottom).
   void drawArrow(QelPort* port, const QelPalette* palette, const QelRect& rect,
                  unsigned int direction) const;
   // Size of a label as drawLabel draws it.
@@ -389,6 +401,7 @@ class QelDisplay {
   QelMessageDatabase _messages;
 
   // Session bookkeeping changes inside const drawing operations (see QelDrawingScope).
+  std::unique_ptr<QelEvent> _lastButtonPress;
   mutable QelPort* _drawingPort = nullptr;
   mutable const QelRegion* _drawingClip = nullptr;
   QelDumpDevice* _dumpDevice = nullptr;
