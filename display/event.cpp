@@ -56,6 +56,17 @@ void takePointer(const PointerEvent& from, QelEvent& event) {
   event.modifiers = translateState(from.state);
 }
 
+// Expose and GraphicsExpose carry the same rectangle and count.
+template <typename ExposeEvent>
+void takeExposure(const ExposeEvent& from, QelEvent& event) {
+  event.type = QelExpose;
+  event.x = from.x;
+  event.y = from.y;
+  event.width = from.width;
+  event.height = from.height;
+  event.count = uint16_t(from.count);
+}
+
 // Turns a press into a double or multi click when it repeats the display's last press in time.
 void recogniseClicks(QelDisplay* display, QelEvent& event) {
   QelEvent& previous = display->lastButtonPress();
@@ -124,26 +135,12 @@ int QelDisplayDecodeEvent(QelDisplay* display, XEvent* xEvent, QelEvent& event) 
     case FocusOut:
       event.type = QelKeyboardFocusOut;
       break;
-    case Expose: {
-      const XExposeEvent& expose = xEvent->xexpose;
-      event.type = QelExpose;
-      event.x = expose.x;
-      event.y = expose.y;
-      event.width = expose.width;
-      event.height = expose.height;
-      event.count = uint16_t(expose.count);
+    case Expose:
+      takeExposure(xEvent->xexpose, event);
       break;
-    }
-    case GraphicsExpose: {
-      const XGraphicsExposeEvent& expose = xEvent->xgraphicsexpose;
-      event.type = QelExpose;
-      event.x = expose.x;
-      event.y = expose.y;
-      event.width = expose.width;
-      event.height = expose.height;
-      event.count = uint16_t(expose.count);
+    case GraphicsExpose:
+      takeExposure(xEvent->xgraphicsexpose, event);
       break;
-    }
     case VisibilityNotify:
       event.type = QelVisibility;
       event.state = xEvent->xvisibility.state;
