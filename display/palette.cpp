@@ -11,15 +11,24 @@
 
 int QelXFunctionOfMode(int mode) {
   switch (mode) {
-    case QelDrawModeOr: return GXor;
-    case QelDrawModeAnd: return GXand;
-    case QelDrawModeXor: return GXxor;
-    case QelDrawModeInvert: return GXinvert;
-    case QelDrawModeCopyInverted: return GXcopyInverted;
-    case QelDrawModeOrInverted: return GXorInverted;
-    case QelDrawModeAndInverted: return GXandInverted;
-    case QelDrawModeEquivalent: return GXequiv;
-    default: return GXcopy;
+    case QelDrawModeOr:
+      return GXor;
+    case QelDrawModeAnd:
+      return GXand;
+    case QelDrawModeXor:
+      return GXxor;
+    case QelDrawModeInvert:
+      return GXinvert;
+    case QelDrawModeCopyInverted:
+      return GXcopyInverted;
+    case QelDrawModeOrInverted:
+      return GXorInverted;
+    case QelDrawModeAndInverted:
+      return GXandInverted;
+    case QelDrawModeEquivalent:
+      return GXequiv;
+    default:
+      return GXcopy;
   }
 }
 
@@ -142,6 +151,15 @@ void QelPalette::replace(Resource*& field, Resource* value) {
   unLockIf(old);  // after the GC stopped using it
 }
 
+template <typename Field, typename ToGC>
+void QelPalette::setPlain(Field& field, Field value, ToGC toGC) {
+  if (value == field) return;
+  QelPaletteAttributes before = _attributes;
+  field = value;
+  toGC();
+  attributesChanged(before);
+}
+
 void QelPalette::attributesChanged(const QelPaletteAttributes& before) {
   if (!_shared || before == _attributes) return;
   getDisplay()->unfilePalette(this, before);
@@ -181,11 +199,8 @@ void QelPalette::setLineStyle(QelLineStyle* style) {
 }
 
 void QelPalette::setLineWidth(uint16_t width) {
-  if (width == _attributes.lineWidth) return;
-  QelPaletteAttributes before = _attributes;
-  getDisplay()->setLineStyle(this, _attributes.lineStyle, width);
-  _attributes.lineWidth = width;
-  attributesChanged(before);
+  setPlain(_attributes.lineWidth, width,
+           [&] { getDisplay()->setLineStyle(this, _attributes.lineStyle, width); });
 }
 
 void QelPalette::setPattern(QelPattern* pattern) {
@@ -206,53 +221,33 @@ void QelPalette::setColorPattern(QelColorPattern* pattern) {
 }
 
 void QelPalette::setMode(QelDrawMode mode) {
-  if (mode == _attributes.mode) return;
-  QelPaletteAttributes before = _attributes;
-  _attributes.mode = mode;
-  getDisplay()->setMode(this, mode);
-  attributesChanged(before);
+  setPlain(_attributes.mode, mode, [&] { getDisplay()->setMode(this, mode); });
 }
 
 void QelPalette::setFillStyle(QelFillStyle style) {
-  if (style == _attributes.fillStyle) return;
-  QelPaletteAttributes before = _attributes;
-  _attributes.fillStyle = style;
-  getDisplay()->setFillStyle(this, style);
-  attributesChanged(before);
+  setPlain(_attributes.fillStyle, style, [&] { getDisplay()->setFillStyle(this, style); });
 }
 
 void QelPalette::setArcMode(QelArcMode mode) {
-  if (mode == _attributes.arcMode) return;
-  QelPaletteAttributes before = _attributes;
-  _attributes.arcMode = mode;
-  getDisplay()->setArcMode(this, mode);
-  attributesChanged(before);
+  setPlain(_attributes.arcMode, mode, [&] { getDisplay()->setArcMode(this, mode); });
 }
 
 void QelPalette::setFillRule(QelFillRule rule) {
-  if (rule == _attributes.fillRule) return;
-  QelPaletteAttributes before = _attributes;
-  _attributes.fillRule = rule;
-  getDisplay()->setFillRule(this, rule);
-  attributesChanged(before);
+  setPlain(_attributes.fillRule, rule, [&] { getDisplay()->setFillRule(this, rule); });
 }
 
 void QelPalette::setOverwrite(int overwrite) {
-  if (overwrite == _attributes.overwrite) return;
-  QelPaletteAttributes before = _attributes;
-  _attributes.overwrite = overwrite;
-  getDisplay()->setOverwrite(this, overwrite);
-  attributesChanged(before);
+  setPlain(_attributes.overwrite, overwrite, [&] { getDisplay()->setOverwrite(this, overwrite); });
 }
 
 void QelPalette::setPlaneMask(uint32_t mask) {
-  if (mask == _attributes.planeMask) return;
-  QelPaletteAttributes before = _attributes;
-  _attributes.planeMask = mask;
-  getDisplay()->setPlaneMask(this, mask);
-  attributesChanged(before);
+  setPlain(_attributes.planeMask, mask, [&] { getDisplay()->setPlaneMask(this, mask); });
 }
 
-void QelPalette::setClip(const QelRect* rect) { getDisplay()->setClip(this, rect); }
+void QelPalette::setClip(const QelRect* rect) {
+  getDisplay()->setClip(this, rect);
+}
 
-void QelPalette::setClip(const QelRegion* region) { getDisplay()->setClip(this, region); }
+void QelPalette::setClip(const QelRegion* region) {
+  getDisplay()->setClip(this, region);
+}

@@ -113,6 +113,9 @@ class QelPalette : public QelResource {
   void makePalette();
   template <typename Resource>
   void replace(Resource*& field, Resource* value);
+  // Stores a plain attribute, changes the graphics context through `toGC`, re-files if shared.
+  template <typename Field, typename ToGC>
+  void setPlain(Field& field, Field value, ToGC toGC);
   void attributesChanged(const QelPaletteAttributes& before);
 
   int _shared;
