@@ -7,6 +7,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <iterator>
 #include <set>
 
 #include "base/messages.h"
@@ -629,4 +630,29 @@ uint32_t QelDisplay::palettePlaneMask() const {
   for (int bit = int(_depth) - 1; bit >= 0; --bit)
     if (mask & (1u << bit)) packed = (packed << 1) | 1;
   return packed;
+}
+
+QelAbstractView* QelDisplay::getView(Window window) const {
+  auto found = _views.find(window);
+  return found == _views.end() ? nullptr : found->second;
+}
+
+void QelDisplay::addView(Window window, QelAbstractView* view) {
+  if (window && view) _views[window] = view;
+}
+
+void QelDisplay::removeView(QelAbstractView* view) {
+  for (auto it = _views.begin(); it != _views.end();)
+    it = it->second == view ? _views.erase(it) : std::next(it);
+  removeGrab(view);
+  if (_focusView == view) _focusView = nullptr;
+}
+
+void QelDisplay::addGrab(QelAbstractView* view) {
+  removeGrab(view);
+  if (view) _grabs.push_back(view);
+}
+
+void QelDisplay::removeGrab(QelAbstractView* view) {
+  _grabs.erase(std::remove(_grabs.begin(), _grabs.end(), view), _grabs.end());
 }

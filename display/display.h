@@ -18,6 +18,7 @@
 #include "display/palette.h"
 #include "graphics/geometry.h"
 
+class QelAbstractView;
 class QelBitmap;
 class QelColor;
 class QelColorPattern;
@@ -124,6 +125,19 @@ class QelDisplay {
   int hasEvents() const;
   // The last button press, against which the next one is told a double or multi click.
   QelEvent& lastButtonPress() { return *_lastButtonPress; }
+
+  // --- Views -----------------------------------------------------------------------------------
+  // Views register their window so that an event can find its view; the grab list and the
+  // keyboard focus route events between views. A view leaving takes all three references along.
+  QelAbstractView* getView(Window window) const;
+  void addView(Window window, QelAbstractView* view);
+  void removeView(QelAbstractView* view);
+  // The view that grabbed last, or null.
+  QelAbstractView* getGrabView() const { return _grabs.empty() ? nullptr : _grabs.back(); }
+  void addGrab(QelAbstractView* view);
+  void removeGrab(QelAbstractView* view);
+  QelAbstractView* getFocusView() const { return _focusView; }
+  void setFocusView(QelAbstractView* view) { _focusView = view; }
 
   // --- X errors ------------------------------------------------------------------------------
   int getLastXError() const { return _lastXError; }
@@ -402,6 +416,9 @@ class QelDisplay {
 
   // Session bookkeeping changes inside const drawing operations (see QelDrawingScope).
   std::unique_ptr<QelEvent> _lastButtonPress;
+  std::unordered_map<Window, QelAbstractView*> _views;
+  std::vector<QelAbstractView*> _grabs;
+  QelAbstractView* _focusView = nullptr;
   mutable QelPort* _drawingPort = nullptr;
   mutable const QelRegion* _drawingClip = nullptr;
   QelDumpDevice* _dumpDevice = nullptr;

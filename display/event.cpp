@@ -1,6 +1,7 @@
 #include "display/event.h"
 
 #include <X11/Xutil.h>
+#include <X11/keysym.h>
 
 #include "display/display.h"
 
@@ -35,6 +36,36 @@ uint16_t buttonModifier(uint16_t bit) {
       return QelButton4Modifier;
     default:
       return 0;
+  }
+}
+
+uint16_t keyCode(KeySym keysym) {
+  switch (keysym) {
+    case XK_Up:
+    case XK_KP_Up:
+      return QelUpArrowKey;
+    case XK_Left:
+    case XK_KP_Left:
+      return QelLeftArrowKey;
+    case XK_Down:
+    case XK_KP_Down:
+      return QelDownArrowKey;
+    case XK_Right:
+    case XK_KP_Right:
+      return QelRightArrowKey;
+    case XK_Home:
+      return QelHomeKey;
+    case XK_End:
+      return QelEndKey;
+    case XK_Prior:
+      return QelPageUpKey;
+    case XK_Next:
+      return QelPageDownKey;
+    case XK_Insert:
+      return QelInsertKey;
+    default:
+      if (keysym >= XK_F1 && keysym <= XK_F12) return uint16_t(QelF1Key + (keysym - XK_F1));
+      return uint16_t(keysym & 0xffff);
   }
 }
 
@@ -102,9 +133,7 @@ int QelDisplayDecodeEvent(QelDisplay* display, XEvent* xEvent, QelEvent& event) 
       char text[8];
       KeySym keysym = NoSymbol;
       int length = XLookupString(&key, text, sizeof text, &keysym, nullptr);
-      // Keys without a character (arrows, function keys) give their keysym, which fits.
-      event.button =
-          length == 1 ? uint16_t(static_cast<unsigned char>(text[0])) : uint16_t(keysym & 0xffff);
+      event.button = length == 1 ? uint16_t(static_cast<unsigned char>(text[0])) : keyCode(keysym);
       break;
     }
     case ButtonPress:

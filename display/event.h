@@ -41,6 +41,21 @@ enum QelButton : uint16_t {
   QelButton4 = 8,
 };
 
+// Key events carry the key's character in QelEvent::button; these keys have none and carry a code
+// of the toolkit's instead. Other keys without a character carry the low 16 bits of their keysym.
+enum QelKeyCode : uint16_t {
+  QelUpArrowKey = 550,
+  QelLeftArrowKey = 551,
+  QelDownArrowKey = 552,
+  QelRightArrowKey = 553,
+  QelHomeKey = 554,
+  QelEndKey = 555,
+  QelPageUpKey = 556,
+  QelPageDownKey = 557,
+  QelInsertKey = 558,
+  QelF1Key = 561,  // F1 to F12 follow in order
+};
+
 // Bits of QelEvent::modifiers. The low four are the keyboard modifiers that interactors test
 // together (modifiers & 0xf); the buttons held sit above them; Alt (X Mod1) is the mnemonic
 // modifier. Num Lock (Mod2) and the other X modifiers are left out so that a lock key left on

@@ -1,0 +1,438 @@
+#include "display/container.h"
+
+#include <Xm/Xm.h>
+
+#include <algorithm>
+#include <cstring>
+#include <fstream>
+
+#include "base/messages.h"
+#include "base/path.h"
+#include "base/symbol.h"
+#include "display/color.h"
+#include "display/display.h"
+#include "display/palette.h"
+#include "graphics/input_file.h"
+#include "graphics/output_file.h"
+
+namespace {
+
+const QelGadgetSupport* gadgetSupport = nullptr;
+
+// Around a damaged rectangle, room for thick lines and selection handles.
+constexpr int32_t kRedrawMargin = 2;
+
+// Accelerators tell bindings apart by these modifiers only: Shift and Lock already changed the
+// character, and held buttons do not matter to a key.
+constexpr uint16_t kAcceleratorModifiers = QelCtrlModifier | QelMetaModifier | QelMnemonicModifier;
+
+bool goesToObjects(int type) {
+  switch (type) {
+    case QelKeyUp:
+    case QelKeyDown:
+    case QelButtonDown:
+    case QelButtonUp:
+    case QelButtonDragged:
+    case QelDoubleClick:
+    case QelMultiClick:
+      return true;
+    default:
+      return false;
+  }
+}
+
+}  // namespace
+
+QelViewObjectInteractor::~QelViewObjectInteractor() = default;
+
+// --- Construction ------------------------------------------------------------------------------
+
+QelContainer::QelContainer(QelDisplay* display, void* parentWidget, const QelRect& size,
+                           int visible)
+    : QelView(display, parentWidget, size, visible) {
+  initContainer();
+}
+
+QelContainer::QelContainer(QelDisplay* display, void* widget, int doubleBuffering)
+    : QelView(display, widget) {
+  initContainer();
+  if (doubleBuffering) setDoubleBuffering(1);
+}
+
+QelContainer::QelContainer(QelDisplay* display, const char* name, const char* title,
+                           const QelRect& size, int visible)
+    : QelView(display, name, title, size, visible) {
+  initContainer();
+}
+
+// The window's background is the toolkit's: erasing, in the window or in the bitmap, then
+// gives the same pixels.
+void QelContainer::initContainer() {
+  if (QelDisplay* display = getDisplay(); display && display->getXDisplay())
+    setBackground(display->defaultBackground());
+}
+
+QelContainer::~QelContainer() {
+  setDoubleBuffering(0);
+  if (_erasePalette) _erasePalette->unLock();
+  // Later objects may refer to earlier ones (a selection to what it frames): delete them first.
+  for (auto it = _objects.rbegin(); it != _objects.rend(); ++it) {
+    (*it)->setHolder(nullptr);
+    delete *it;
+  }
+}
+
+void QelContainer::setBackground(QelColor* color) {
+  if (!color) return;
+  QelView::setBackground(color);
+  QelPalette* palette = getDisplay()->getPalette(nullptr, color);
+  if (!palette) return;
+  palette->lock();
+  if (_erasePalette) _erasePalette->unLock();
+  _erasePalette = palette;
+}
+
+// --- Objects -----------------------------------------------------------------------------------
+
+void QelContainer::adopt(QelGraphic* obj) {
+  obj->setHolder(this);
+}
+
+void QelContainer::addObject(QelGraphic* obj, int reDraw) {
+  if (!obj || isManaged(obj)) return;
+  _objects.push_back(obj);
+  adopt(obj);
+  if (reDraw) reDrawObj(obj);
+}
+
+void QelContainer::addObject(const char* name, QelGraphic* obj, int reDraw) {
+  if (!obj || isManaged(obj)) return;
+  if (name) obj->setName(name);
+  addObject(obj, reDraw);
+}
+
+void QelContainer::insertObject(QelGraphic* obj, int index) {
+  if (!obj || isManaged(obj)) return;
+  if (index < 0 || size_t(index) >= _objects.size())
+    _objects.push_back(obj);
+  else
+    _objects.insert(_objects.begin() + index, obj);
+  adopt(obj);
+}
+
+int QelContainer::removeObject(QelGraphic* obj, int reDraw) {
+  auto found = std::find(_objects.begin(), _objects.end(), obj);
+  if (!obj || found == _objects.end()) return 0;
+  // The box is taken while the object is still here to be measured.
+  QelRegion damaged(objectBox(obj), 8);
+  _objects.erase(found);
+  _hidden.erase(obj);
+  if (_pressed == obj) _pressed = nullptr;
+  if (obj->getHolder() == this) obj->setHolder(nullptr);
+  if (reDraw) this->reDraw(&damaged);
+  return 1;
+}
+
+void QelContainer::swap(QelGraphic* first, QelGraphic* second) {
+  auto a = std::find(_objects.begin(), _objects.end(), first);
+  auto b = std::find(_objects.begin(), _objects.end(), second);
+  if (a != _objects.end() && b != _objects.end()) std::iter_swap(a, b);
+}
+
+bool QelContainer::isManaged(const QelGraphic* obj) const {
+  return getIndex(obj) >= 0;
+}
+
+int QelContainer::getIndex(const QelGraphic* obj) const {
+  auto found = std::find(_objects.begin(), _objects.end(), obj);
+  return found == _objects.end() ? -1 : int(found - _objects.begin());
+}
+
+QelGraphic* QelContainer::getObject(const char* name) const {
+  if (!name) return nullptr;
+  for (QelGraphic* obj : _objects)
+    if (const char* objName = obj->getName(); objName && std::strcmp(objName, name) == 0)
+      return obj;
+  return nullptr;
+}
+
+const char* QelContainer::getObjectName(const QelGraphic* obj) const {
+  return isManaged(obj) ? obj->getName() : nullptr;
+}
+
+void QelContainer::setVisible(QelGraphic* obj, bool visible, int reDraw) {
+  if (!isManaged(obj) || visible == isVisible(obj)) return;
+  if (visible)
+    _hidden.erase(obj);
+  else
+    _hidden.insert(obj);
+  if (reDraw) reDrawObj(obj);
+}
+
+void QelContainer::setTransformer(const QelTransformer* t) {
+  _transformer.reset(t ? new QelTransformer(*t) : nullptr);
+}
+
+QelRect QelContainer::objectBox(const QelGraphic* obj) const {
+  QelRect box;
+  obj->boundingBox(box, _transformer.get());
+  return box;
+}
+
+QelGraphic* QelContainer::lastContains(const QelPoint& p) const {
+  QelPoint model = p;
+  if (_transformer && !_transformer->inverse(model)) return nullptr;
+  for (auto it = _objects.rbegin(); it != _objects.rend(); ++it)
+    if (isVisible(*it) && (*it)->contains(model, p, _transformer.get())) return *it;
+  return nullptr;
+}
+
+// --- Interactors and input ---------------------------------------------------------------------
+
+const QelSymbol* QelContainer::InteractorSymbol() {
+  static const QelSymbol* symbol = QelSymbol::Get("__QelObjectInteractor");
+  return symbol;
+}
+
+void QelContainer::SetGadgetSupport(const QelGadgetSupport* support) {
+  gadgetSupport = support;
+}
+
+void QelContainer::setObjectInteractor(QelGraphic* obj, QelViewObjectInteractor* interactor) {
+  if (!obj) return;
+  if (interactor)
+    obj->setProperty(InteractorSymbol(), interactor);
+  else
+    obj->removeProperty(InteractorSymbol());
+}
+
+QelViewObjectInteractor* QelContainer::getObjectInteractor(const QelGraphic* obj) const {
+  return obj ? static_cast<QelViewObjectInteractor*>(obj->getProperty(InteractorSymbol()))
+             : nullptr;
+}
+
+void QelContainer::callInput(QelEvent& event) {
+  QelView::callInput(event);
+  handleInput(event);
+}
+
+void QelContainer::handleInput(QelEvent& event) {
+  if (!dispatchToObjects(event)) shortCut(event);
+}
+
+int QelContainer::dispatchToObjects(QelEvent& event) {
+  if (!goesToObjects(event.type)) return 0;
+  QelGraphic* target = _pressed;
+  if (event.type != QelButtonUp && event.type != QelButtonDragged) {
+    QelGraphic* found = lastContains(QelPoint(event.x, event.y));
+    bool plainPress = event.type == QelButtonDown && (event.modifiers & 0xf) == 0;
+    if (plainPress) _pressed = found;
+    target = plainPress || !_pressed ? found : _pressed;
+  }
+  return handleEvent(target, event);
+}
+
+int QelContainer::handleEvent(QelGraphic* obj, QelEvent& event) {
+  if (!obj || !obj->isSensitive()) return 0;
+  bool gadget = gadgetSupport && gadgetSupport->isGadget(obj);
+  if (gadget && !gadgetSupport->isActive(obj)) return 0;
+  if (QelViewObjectInteractor* interactor = getObjectInteractor(obj))
+    return interactor->handleEvent(obj, event, this, _transformer.get());
+  return gadget ? gadgetSupport->handleEvent(obj, event, this) : 0;
+}
+
+void QelContainer::addAccelerator(QelAcceleratorAction action, int type, uint16_t key,
+                                  uint16_t modifiers, void* userArg) {
+  removeAccelerator(type, key, modifiers);
+  if (action)
+    _accelerators.push_back(
+        {type, key, uint16_t(modifiers & kAcceleratorModifiers), action, userArg});
+}
+
+void QelContainer::removeAccelerator(int type, uint16_t key, uint16_t modifiers) {
+  modifiers &= kAcceleratorModifiers;
+  _accelerators.erase(std::remove_if(_accelerators.begin(), _accelerators.end(),
+                                     [&](const Accelerator& a) {
+                                       return a.type == type && a.key == key &&
+                                              a.modifiers == modifiers;
+                                     }),
+                      _accelerators.end());
+}
+
+int QelContainer::shortCut(QelEvent& event) {
+  uint16_t modifiers = event.modifiers & kAcceleratorModifiers;
+  for (const Accelerator& a : _accelerators)
+    if (a.type == event.type && a.key == event.button && a.modifiers == modifiers) {
+      a.action(this, event, a.userArg);
+      return 1;
+    }
+  return 0;
+}
+
+// --- Drawing -----------------------------------------------------------------------------------
+
+void QelContainer::reDrawObj(QelGraphic* obj) {
+  if (!obj) return;
+  QelRegion region(objectBox(obj), 8);
+  reDraw(&region);
+}
+
+void QelContainer::reDraw(const QelRegion* region) {
+  QelRect area = _doubleBuffer ? QelRect(0, 0, _doubleBuffer->width(), _doubleBuffer->height())
+                               : QelRect(0, 0, width(), height());
+  if (!region) {
+    QelRegion whole(area);
+    eraseRegion(whole);
+    draw(&whole, nullptr);
+    return;
+  }
+  QelRegion damaged(*region);
+  damaged.translate(-kRedrawMargin, -kRedrawMargin);
+  damaged.grow(2 * kRedrawMargin, 2 * kRedrawMargin);
+  damaged.intersection(area);
+  if (damaged.isEmpty()) return;
+  eraseRegion(damaged);
+  draw(&damaged, &damaged);
+}
+
+void QelContainer::draw(const QelRegion* region, const QelRegion* clip) {
+  QelDisplay* display = getDisplay();
+  if (!display || !display->getXDisplay()) return;
+  QelRegion whole(QelRect(0, 0, width(), height()));
+  if (!region) region = &whole;
+  if (!_doubleBuffer || display->getDumpDevice()) {
+    if (getDrawable()) drawAll(this, *region, clip);
+    return;
+  }
+  drawAll(_doubleBuffer, *region, clip);
+  for (uint16_t i = 0; i < region->getCount(); ++i) showFromBuffer(region->getRect(i));
+}
+
+void QelContainer::showFromBuffer(const QelRect& rect) {
+  QelDisplay* display = getDisplay();
+  if (!getDrawable() || !_doubleBuffer) return;
+  QelPalette* palette = display->defaultPalette();
+  QelDrawMode mode = palette->getMode();
+  display->setMode(palette, QelDrawModeSet);
+  display->copyArea(this, palette, _doubleBuffer, rect, QelPoint(rect.x, rect.y));
+  display->setMode(palette, mode);
+}
+
+void QelContainer::drawAll(QelPort* port, const QelRegion& region, const QelRegion* clip) {
+  QelDisplay* display = getDisplay();
+  const QelTransformer* t = _transformer.get();
+  display->openDrawing(port, clip);
+  beforeDraw(port, t, clip);
+  for (QelGraphic* obj : _objects)
+    if (isVisible(obj) && region.intersects(objectBox(obj))) obj->draw(port, t, clip);
+  drawFocus(port, t, clip);
+  display->closeDrawing();
+}
+
+void QelContainer::draw(QelPort* port, const QelTransformer* t, const QelRegion* clip) {
+  QelDisplay* display = getDisplay();
+  if (!port || !display) return;
+  if (!t) t = _transformer.get();
+  display->openDrawing(port, clip);
+  for (QelGraphic* obj : _objects)
+    if (isVisible(obj)) obj->draw(port, t, clip);
+  display->closeDrawing();
+}
+
+void QelContainer::eraseRegion(const QelRegion& region) {
+  QelDisplay* display = getDisplay();
+  if (_doubleBuffer && _erasePalette) {
+    for (uint16_t i = 0; i < region.getCount(); ++i)
+      display->fillRectangle(_doubleBuffer, _erasePalette, region.getRect(i));
+  } else if (getDrawable()) {
+    display->clearArea(this, region, 0);
+  }
+}
+
+// --- Double buffering, expose and resize -------------------------------------------------------
+
+int QelContainer::setDoubleBuffering(int on) {
+  if (!on) {
+    if (_doubleBuffer) _doubleBuffer->unLock();
+    _doubleBuffer = nullptr;
+    return 1;
+  }
+  if (_doubleBuffer) return 1;
+  QelDisplay* display = getDisplay();
+  if (!display || !display->getXDisplay()) return 0;
+  auto* bitmap = new QelBitmap(display, width(), height(), depth());
+  bitmap->lock();
+  if (!bitmap->isValid()) {
+    QelWarning("%s", display->getMessage("&QelCSDBCouldntAllBm"));
+    bitmap->unLock();
+    return 0;
+  }
+  _doubleBuffer = bitmap;
+  reDraw();
+  return 1;
+}
+
+void QelContainer::callExpose(QelEvent& event) {
+  QelView::callExpose(event);
+  handleExpose(event);
+}
+
+void QelContainer::handleExpose(QelEvent& event) {
+  QelRect exposed = event.width
+                        ? QelRect(event.x, event.y, uint32_t(event.width), uint32_t(event.height))
+                        : QelRect(0, 0, width(), height());
+  if (_doubleBuffer) {
+    showFromBuffer(exposed);
+  } else if (!event.width) {
+    reDraw();
+  } else {
+    QelRegion region(exposed);
+    reDraw(&region);
+  }
+}
+
+void QelContainer::callResize(QelRect& size) {
+  QelView::callResize(size);
+  handleResize(size);
+}
+
+void QelContainer::handleResize(QelRect& size) {
+  if (!_doubleBuffer) return;
+  if (_doubleBuffer->width() == size.w && _doubleBuffer->height() == size.h) return;
+  setDoubleBuffering(0);
+  setDoubleBuffering(1);
+}
+
+// --- Data files --------------------------------------------------------------------------------
+
+QelInputFile* QelContainer::createInputFile(std::istream& stream) {
+  return new QelInputFile(stream);
+}
+
+int QelContainer::readFile(const char* fileName) {
+  if (!fileName || !*fileName) return 0;
+  std::ifstream stream(fileName);
+  // A name that is not where it says is looked for along the display's data path.
+  QelPathName found;
+  if (!stream && fileName[0] != '/' && getDisplay()->findInPath(fileName, found))
+    stream.open(found.getString());
+  if (!stream) {
+    QelWarning("QelContainer::readFile: Cannot open file %s", fileName);
+    return 0;
+  }
+  return read(stream);
+}
+
+int QelContainer::read(std::istream& stream) {
+  std::unique_ptr<QelInputFile> file(createInputFile(stream));
+  if (!file) return 0;
+  std::vector<QelGraphic*> objects = file->readObjects(getDisplay());
+  if (file->hasFailed()) return 0;
+  for (QelGraphic* obj : objects) addObject(obj, 0);
+  if (!objects.empty()) reDraw();
+  return 1;
+}
+
+bool QelContainer::save(std::ostream& stream) const {
+  return QelSaveGraphics(stream, uint32_t(_objects.size()), _objects.data());
+}

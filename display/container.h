@@ -1,0 +1,156 @@
+// The container: a view that holds graphic objects, draws them through a transformer (directly
+// or through an off-screen bitmap), redraws damaged regions, and hands input events to the
+// interactors of the objects under the pointer.
+#pragma once
+
+#include <istream>
+#include <memory>
+#include <unordered_set>
+#include <vector>
+
+#include "display/view.h"
+#include "graphics/graphic.h"
+#include "graphics/region.h"
+#include "graphics/transformer.h"
+
+class QelBitmap;
+class QelContainer;
+class QelInputFile;
+class QelPalette;
+class QelSymbol;
+
+// The behaviour of an object in a container. Interactors are shared by any number of objects
+// and are neither locked nor deleted by the container.
+class QelViewObjectInteractor {
+ public:
+  virtual ~QelViewObjectInteractor();
+  // Non-zero when the event was consumed.
+  virtual int handleEvent(QelGraphic* obj, QelEvent& event, QelContainer* container,
+                          QelTransformer* t) = 0;
+};
+
+// Gadgets come later in the build than the container, which must still treat them apart: an
+// inactive gadget takes no events and one without an interactor handles its own. The gadget
+// module installs these answers.
+struct QelGadgetSupport {
+  bool (*isGadget)(const QelGraphic* obj);
+  bool (*isActive)(const QelGraphic* obj);
+  int (*handleEvent)(QelGraphic* obj, QelEvent& event, QelContainer* container);
+};
+
+// A keyboard (or other event) binding of the container, run by shortCut.
+using QelAcceleratorAction = void (*)(QelContainer* container, QelEvent& event, void* userArg);
+
+class QelContainer : public QelView, public QelGraphicHolder {
+ public:
+  // A container in a new drawing area inside `parentWidget`.
+  QelContainer(QelDisplay* display, void* parentWidget, const QelRect& size, int visible = 1);
+  // A container over an existing widget; double buffered from the start when asked.
+  QelContainer(QelDisplay* display, void* widget, int doubleBuffering);
+  // A top-level container with its own shell.
+  QelContainer(QelDisplay* display, const char* name, const char* title, const QelRect& size,
+               int visible = 1);
+  // Deletes the objects it still holds.
+  ~QelContainer() override;
+
+  QelDisplay* getDisplay() const override { return QelView::getDisplay(); }
+  QelGraphicCallback resolveCallback(const QelSymbol*) const override { return nullptr; }
+
+  void setBackground(QelColor* color) override;
+  void callExpose(QelEvent& event) override;
+  void callInput(QelEvent& event) override;
+  void callResize(QelRect& size) override;
+
+  // Redraws `region` (the whole view when null) after erasing it.
+  virtual void reDraw(const QelRegion* region = nullptr);
+  // Draws the objects meeting `region` (the whole view when null), clipped to `clip`, and
+  // shows the result in the window.
+  virtual void draw(const QelRegion* region, const QelRegion* clip = nullptr);
+  virtual void handleInput(QelEvent& event);
+  virtual void handleResize(QelRect& size);
+  virtual void handleExpose(QelEvent& event);
+  virtual QelInputFile* createInputFile(std::istream& stream);
+  // Adds the objects of a data file (found in the display's path when relative); 0 on failure.
+  virtual int readFile(const char* fileName);
+  virtual int read(std::istream& stream);
+  // Draws every object into another port under `t` (the container's transformer when null).
+  virtual void draw(QelPort* port, const QelTransformer* t, const QelRegion* clip);
+  // The accelerators: non-zero when one was bound to the event.
+  virtual int shortCut(QelEvent& event);
+  virtual int dispatchToObjects(QelEvent& event);
+  // The container owns the objects it holds.
+  virtual void addObject(QelGraphic* obj, int reDraw);
+  virtual void addObject(const char* name, QelGraphic* obj, int reDraw);
+  // Inserts at `index` of the list (appends past the end or for a negative index); no redraw.
+  virtual void insertObject(QelGraphic* obj, int index);
+  // Gives the object back to the caller; 0 when it is not in this container.
+  virtual int removeObject(QelGraphic* obj, int reDraw);
+  virtual void swap(QelGraphic* first, QelGraphic* second);
+  // Copies `t`; null is the identity.
+  virtual void setTransformer(const QelTransformer* t);
+  // Hooks around the drawing of the objects.
+  virtual void beforeDraw(QelPort*, const QelTransformer*, const QelRegion*) {}
+  virtual void drawFocus(QelPort*, const QelTransformer*, const QelRegion*) {}
+  virtual void drawAll(QelPort* port, const QelRegion& region, const QelRegion* clip);
+  virtual void eraseRegion(const QelRegion& region);
+
+  void reDrawObj(QelGraphic* obj);
+  int handleEvent(QelGraphic* obj, QelEvent& event);
+
+  // Returns 1 when the requested state holds, 0 when the bitmap could not be made.
+  int setDoubleBuffering(int on);
+  int isDoubleBuffering() const { return _doubleBuffer != nullptr; }
+  QelBitmap* getDoubleBuffer() const { return _doubleBuffer; }
+
+  void setObjectInteractor(QelGraphic* obj, QelViewObjectInteractor* interactor);
+  QelViewObjectInteractor* getObjectInteractor(const QelGraphic* obj) const;
+
+  // Binds `action` to events of `type` (key down by default) whose button field is `key` and
+  // whose Ctrl, Meta and Alt modifiers are `modifiers` (Shift and Lock are already in the
+  // character). A second binding of the same event replaces the first.
+  void addAccelerator(QelAcceleratorAction action, int type, uint16_t key, uint16_t modifiers = 0,
+                      void* userArg = nullptr);
+  void removeAccelerator(int type, uint16_t key, uint16_t modifiers = 0);
+
+  uint32_t getCardinal() const { return uint32_t(_objects.size()); }
+  const std::vector<QelGraphic*>& getObjects() const { return _objects; }
+  bool isManaged(const QelGraphic* obj) const;
+  int getIndex(const QelGraphic* obj) const;
+  QelGraphic* getObject(const char* name) const;
+  const char* getObjectName(const QelGraphic* obj) const;
+  // The topmost object (the one drawn last) under a point of the view.
+  QelGraphic* lastContains(const QelPoint& p) const;
+  QelGraphic* getPressedObject() const { return _pressed; }
+  // An object set invisible stays in the list but is neither drawn nor picked.
+  void setVisible(QelGraphic* obj, bool visible, int reDraw = 0);
+  bool isVisible(const QelGraphic* obj) const { return !_hidden.count(obj); }
+  const QelTransformer* getTransformer() const { return _transformer.get(); }
+  // Writes the objects as a data file; false when the stream fails.
+  bool save(std::ostream& stream) const;
+
+  static const QelSymbol* InteractorSymbol();
+  static void SetGadgetSupport(const QelGadgetSupport* support);
+
+ private:
+  struct Accelerator {
+    int type;
+    uint16_t key;
+    uint16_t modifiers;
+    QelAcceleratorAction action;
+    void* userArg;
+  };
+
+  void initContainer();
+  void adopt(QelGraphic* obj);
+  QelRect objectBox(const QelGraphic* obj) const;
+  // Copies `rect` of the off-screen bitmap to the same place in the window.
+  void showFromBuffer(const QelRect& rect);
+
+  std::vector<QelGraphic*> _objects;
+  std::unordered_set<const QelGraphic*> _hidden;
+  std::unique_ptr<QelTransformer> _transformer;
+  QelBitmap* _doubleBuffer = nullptr;
+  QelGraphic* _pressed = nullptr;
+  QelPalette* _erasePalette = nullptr;
+  std::vector<Accelerator> _accelerators;
+};
