@@ -304,7 +304,7 @@ void QelView::shellHandler(Widget, XtPointer data, XEvent* event, Boolean*) {
       view->setMapped(event->type == MapNotify);
       break;
     case ConfigureNotify:
-      view->sizeChanged();
+      view->sizeChanged(false);
       break;
     default:
       break;
@@ -329,12 +329,14 @@ void QelView::deleteWindowCallback(Widget, XtPointer view, XtPointer) {
 
 // --- QelView: event routing --------------------------------------------------------------------
 
-// The size of the drawing area as Xt has it now, at the view's current position.
-void QelView::sizeChanged() {
+// The size of the drawing area as Xt has it now, at the view's current position; `always`
+// reports it even when it is the size the view already has.
+void QelView::sizeChanged(bool always) {
   if (!_widget) return;
   Dimension width = 0, height = 0;
   XtVaGetValues(_widget, XmNwidth, &width, XmNheight, &height, nullptr);
   QelRect size(getBBox().x, getBBox().y, width, height);
+  if (!always && size.w == getBBox().w && size.h == getBBox().h) return;
   setBBox(size);
   callResize(size);
 }
@@ -355,7 +357,9 @@ void QelView::handleXEvent(XEvent* xEvent) {
       if (!isTopLevel()) setMapped(xEvent->type == MapNotify);
       return;
     case ConfigureNotify:
-      if (!isTopLevel()) sizeChanged();
+      // A shell that resizes itself consumes its own notification: a top-level view learns
+      // of that change from its drawing area.
+      sizeChanged(!isTopLevel());
       return;
     default:
       break;

@@ -172,7 +172,7 @@ class QelView : public QelAbstractView {
   void makeTopLevel(const char* name, const char* title, const QelRect& size,
                     unsigned int windowProperties, int visible);
   void attach(Widget widget);
-  void sizeChanged();
+  void sizeChanged(bool always);
   Widget topShell() const;
   bool routeKeyboard(QelEvent& event);
   static void eventHandler(Widget, XtPointer view, XEvent* event, Boolean*);
