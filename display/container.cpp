@@ -225,7 +225,11 @@ int QelContainer::dispatchToObjects(QelEvent& event) {
   QelGraphic* target = _pressed;
   if (event.type != QelButtonUp && event.type != QelButtonDragged) {
     QelGraphic* found = lastContains(QelPoint(event.x, event.y));
-    bool plainPress = event.type == QelButtonDown && (event.modifiers & 0xf) == 0;
+    // Double and multi clicks are presses too: the second click of a double click on another
+    // object makes that object the pressed one.
+    bool press =
+        event.type == QelButtonDown || event.type == QelDoubleClick || event.type == QelMultiClick;
+    bool plainPress = press && (event.modifiers & 0xf) == 0;
     if (plainPress) _pressed = found;
     target = plainPress || !_pressed ? found : _pressed;
   }

@@ -132,7 +132,11 @@ int QelDisplayDecodeEvent(QelDisplay* display, XEvent* xEvent, QelEvent& event) 
       takePointer(key, event);
       char text[8];
       KeySym keysym = NoSymbol;
-      int length = XLookupString(&key, text, sizeof text, &keysym, nullptr);
+      // Control is left to the modifiers: Ctrl+K gives 'k' with the Ctrl bit, not a control
+      // character, so that bindings name the key the user pressed.
+      XKeyEvent plain = key;
+      plain.state &= ~ControlMask;
+      int length = XLookupString(&plain, text, sizeof text, &keysym, nullptr);
       event.button = length == 1 ? uint16_t(static_cast<unsigned char>(text[0])) : keyCode(keysym);
       break;
     }
