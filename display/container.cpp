@@ -7,6 +7,7 @@
 #include <fstream>
 
 #include "base/messages.h"
+#include "base/module_init.h"
 #include "base/path.h"
 #include "base/symbol.h"
 #include "display/color.h"
@@ -44,6 +45,12 @@ bool goesToObjects(int type) {
 }  // namespace
 
 QelViewObjectInteractor::~QelViewObjectInteractor() = default;
+
+int QelContainerModuleInit() {
+  static int state = 0;
+  QelViewModuleInit();
+  return QelInitializeOnce(state, [] { QelContainer::InteractorSymbol(); });
+}
 
 // --- Construction ------------------------------------------------------------------------------
 

@@ -128,6 +128,7 @@ class QelContainer : public QelView, public QelGraphicHolder {
   // Writes the objects as a data file; false when the stream fails.
   bool save(std::ostream& stream) const;
 
+  // The property under which an object keeps its interactor.
   static const QelSymbol* InteractorSymbol();
   static void SetGadgetSupport(const QelGadgetSupport* support);
 
@@ -154,3 +155,6 @@ class QelContainer : public QelView, public QelGraphicHolder {
   QelPalette* _erasePalette = nullptr;
   std::vector<Accelerator> _accelerators;
 };
+
+// Creates the container's symbols (and the view classes); safe to call many times.
+int QelContainerModuleInit();

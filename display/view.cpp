@@ -9,6 +9,7 @@
 #include <climits>
 #include <unordered_map>
 
+#include "base/module_init.h"
 #include "display/color.h"
 #include "display/display.h"
 #include "display/pattern.h"
@@ -44,6 +45,11 @@ Widget shellOf(Widget widget) {
 }
 
 }  // namespace
+
+int QelViewModuleInit() {
+  static int state = 0;
+  return QelInitializeOnce(state, [] { QelView::ClassInfo(); });
+}
 
 QelEventObserver QelSetTestInterface(QelEventObserver observer) {
   std::swap(testInterface, observer);

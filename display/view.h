@@ -195,6 +195,9 @@ class QelView : public QelAbstractView {
   std::vector<Callback<QelViewNotifyCallback>> _deleteCallbacks;
 };
 
+// Registers the view classes; safe to call many times.
+int QelViewModuleInit();
+
 // Extension points for a test interface and an event recorder: when set, every event a view
 // translates is shown to them before it is routed.
 using QelEventObserver = void (*)(QelAbstractView* view, const QelEvent& event);
