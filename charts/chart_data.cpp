@@ -386,6 +386,14 @@ void QelChartDataYPoints::setPoint(unsigned long index, const QelFloatPoint& poi
   computeRange();
 }
 
+void QelChartDataYPoints::scroll(float value) {
+  unsigned long count = getCount();
+  if (!count) return;
+  std::copy(_values + 1, _values + count, _values);
+  _values[count - 1] = value;
+  computeRange();
+}
+
 void QelChartDataYPoints::computeRange() {
   unsigned long count = getCount();
   _ymin = _ymax = count ? _values[0] : 0;

@@ -166,6 +166,8 @@ class QelChartDataYPoints : public QelChartData {
   QelClassInfo* getClassInfo() const override;
 
   void setValues(unsigned long count, float* values, int owns);
+  // Drops the first value, appends `value` and recomputes the y range: a time series moving on.
+  void scroll(float value);
   float* getValues() const { return _values; }
   int ownsValues() const { return _owns; }
 

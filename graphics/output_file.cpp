@@ -123,12 +123,10 @@ void QelOutputFile::writeHeader(uint32_t count, QelGraphic* const* graphics) {
   _paletteIndex.clear();
   _classes.clear();
   _classIndex.clear();
-  for (uint32_t i = 0; graphics && i < count; ++i) {
-    if (!graphics[i]) continue;
-    searchPalettes(graphics[i]);
-    const QelClassInfo* info = graphics[i]->getClassInfo();
-    if (_classIndex.try_emplace(info, int(_classes.size())).second) _classes.push_back(info);
-  }
+  _collected.clear();
+  for (uint32_t i = 0; graphics && i < count; ++i)
+    if (graphics[i]) collect(graphics[i]);
+  _collected.clear();
   if (_classIndexing) {
     _stream << "GraphicClasses " << _classes.size() << '\n';
     for (const QelClassInfo* info : _classes)
@@ -143,6 +141,21 @@ void QelOutputFile::writeHeader(uint32_t count, QelGraphic* const* graphics) {
     _stream << i << ' ';
     QelWritePalette(_stream, *_palettes[i]);
   }
+}
+
+// The palettes and classes of a graphic and of the graphics it carries (a chart's point
+// decorations): those are written inside their owner's record and refer to the same tables.
+void QelOutputFile::collect(QelGraphic* graphic) {
+  // Selections visit what they frame: graphics can refer to each other in a ring.
+  if (!_collected.insert(graphic).second) return;
+  searchPalettes(graphic);
+  const QelClassInfo* info = graphic->getClassInfo();
+  if (_classIndex.try_emplace(info, int(_classes.size())).second) _classes.push_back(info);
+  graphic->apply(
+      [](QelGraphic* inner, void* file) {
+        if (inner) static_cast<QelOutputFile*>(file)->collect(inner);
+      },
+      this);
 }
 
 void QelOutputFile::searchPalettes(const QelGraphic* graphic) {

@@ -7,6 +7,7 @@
 #include <locale>
 #include <ostream>
 #include <unordered_map>
+#include <unordered_set>
 #include <vector>
 
 class QelClassInfo;
@@ -46,6 +47,7 @@ class QelOutputFile {
   std::ostream& getStream() const { return _stream; }
 
  private:
+  void collect(QelGraphic* graphic);
   void searchPalettes(const QelGraphic* graphic);
 
   std::ostream& _stream;
@@ -58,6 +60,7 @@ class QelOutputFile {
   std::vector<const QelClassInfo*> _classes;
   std::unordered_map<const QelClassInfo*, int> _classIndex;
   std::unordered_map<const QelGraphic*, int> _objectIndex;
+  std::unordered_set<const QelGraphic*> _collected;
 };
 
 // Writes `count` graphics to `stream` as a data file (no container needed).
