@@ -9,6 +9,8 @@
 
 #include "base/messages.h"
 #include "base/module_init.h"
+#include "charts/chart_kinds.h"
+#include "charts/multi_chart.h"
 #include "charts/point_buffers.h"
 #include "display/display.h"
 #include "display/palette.h"
@@ -42,6 +44,8 @@ void initializeChartModule() {
   abstractChartClass = &abstractChart;
   chartClass = &chart;
   polylineChartClass = &polyline;
+  QelRegisterChartKinds();
+  QelRegisterMultiCharts();
 }
 
 uint32_t grownBy2(uint32_t extent) {
