@@ -12,6 +12,7 @@
 
 #include "base/messages.h"
 #include "base/symbol.h"
+#include "charts/chart.h"
 #include "display/display.h"
 #include "graphics/class_info.h"
 #include "graphics/graphic.h"
@@ -56,6 +57,7 @@ bool prepare() {
   QelGraphicModuleInit();
   QelRectangleModuleInit();
   QelSelectionModuleInit();
+  QelChartModuleInit();
   TextProperty::ClassInfo();
   return true;
 }
