@@ -102,6 +102,7 @@ void QelContainer::setBackground(QelColor* color) {
 // --- Objects -----------------------------------------------------------------------------------
 
 void QelContainer::adopt(QelGraphic* obj) {
+  _members.insert(obj);
   obj->setHolder(this);
 }
 
@@ -128,11 +129,12 @@ void QelContainer::insertObject(QelGraphic* obj, int index) {
 }
 
 int QelContainer::removeObject(QelGraphic* obj, int reDraw) {
+  if (!isManaged(obj)) return 0;
   auto found = std::find(_objects.begin(), _objects.end(), obj);
-  if (!obj || found == _objects.end()) return 0;
   // The box is taken while the object is still here to be measured.
   QelRegion damaged(objectBox(obj), 8);
   _objects.erase(found);
+  _members.erase(obj);
   _hidden.erase(obj);
   if (_pressed == obj) _pressed = nullptr;
   if (obj->getHolder() == this) obj->setHolder(nullptr);
@@ -147,7 +149,7 @@ void QelContainer::swap(QelGraphic* first, QelGraphic* second) {
 }
 
 bool QelContainer::isManaged(const QelGraphic* obj) const {
-  return getIndex(obj) >= 0;
+  return obj && _members.count(obj);
 }
 
 int QelContainer::getIndex(const QelGraphic* obj) const {
@@ -334,8 +336,18 @@ void QelContainer::drawAll(QelPort* port, const QelRegion& region, const QelRegi
   const QelTransformer* t = _transformer.get();
   display->openDrawing(port, clip);
   beforeDraw(port, t, clip);
-  for (QelGraphic* obj : _objects)
-    if (isVisible(obj) && region.intersects(objectBox(obj))) obj->draw(port, t, clip);
+  // Every object's box is tested, so the common cases stay cheap: nothing hidden, and a damaged
+  // area of one rectangle, which its bounding box answers alone.
+  const QelRect& bounds = region.getBBox();
+  const bool oneRectangle = region.getCount() == 1;
+  const bool anyHidden = !_hidden.empty();
+  for (QelGraphic* obj : _objects) {
+    if (anyHidden && _hidden.count(obj)) continue;
+    QelRect box;
+    obj->boundingBox(box, t);
+    if (bounds.intersects(box) && (oneRectangle || region.intersects(box)))
+      obj->draw(port, t, clip);
+  }
   drawFocus(port, t, clip);
   display->closeDrawing();
 }

@@ -148,6 +148,7 @@ class QelContainer : public QelView, public QelGraphicHolder {
   void showFromBuffer(const QelRect& rect);
 
   std::vector<QelGraphic*> _objects;
+  std::unordered_set<const QelGraphic*> _members;  // the same objects, for membership tests
   std::unordered_set<const QelGraphic*> _hidden;
   std::unique_ptr<QelTransformer> _transformer;
   QelBitmap* _doubleBuffer = nullptr;

@@ -91,10 +91,6 @@ bool QelRect::contains(const QelRect& r) const {
   return r.x >= x && r.right64() <= right64() && r.y >= y && r.bottom64() <= bottom64();
 }
 
-bool QelRect::intersects(const QelRect& r) const {
-  return x < r.right64() && r.x < right64() && y < r.bottom64() && bottom64() > r.y;
-}
-
 void QelFloatRect::intersection(const QelFloatRect& r) {
   minx = std::max(minx, r.minx);
   miny = std::max(miny, r.miny);

@@ -72,9 +72,12 @@ struct QelRect {
   // point exactly on right() or bottom() changes nothing: callers rely on this asymmetry.
   void add(const QelPoint& p);
 
-  bool contains(const QelPoint& p) const;   // half-open
-  bool contains(const QelRect& r) const;    // r lies inside, edges may touch
-  bool intersects(const QelRect& r) const;  // the two share at least one pixel
+  bool contains(const QelPoint& p) const;  // half-open
+  bool contains(const QelRect& r) const;   // r lies inside, edges may touch
+  // The two share at least one pixel. Inline: containers test every object's box with it.
+  bool intersects(const QelRect& r) const {
+    return x < r.right64() && r.x < right64() && y < r.bottom64() && bottom64() > r.y;
+  }
 
   bool operator==(const QelRect& r) const { return x == r.x && y == r.y && w == r.w && h == r.h; }
   bool operator!=(const QelRect& r) const { return !(*this == r); }
