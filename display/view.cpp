@@ -152,8 +152,8 @@ QelClassInfo* QelAbstractView::getClassInfo() const {
 }
 
 QelClassInfo* QelAbstractView::ClassInfo() {
-  static QelClassInfo* info = new QelClassInfo("QelAbstractView", nullptr);
-  return info;
+  static QelClassInfo info("QelAbstractView", nullptr);
+  return &info;
 }
 
 void QelAbstractView::setBBox(const QelRect& size) {
@@ -349,8 +349,12 @@ void QelView::sizeChanged(bool always) {
 
 void QelView::handleXEvent(XEvent* xEvent) {
   QelDisplay* display = getDisplay();
-  // A view made before its parent was realized learns its window from the first event.
-  if (!getDrawable() && _widget && XtIsRealized(_widget)) setWindow(XtWindow(_widget));
+  // A view made before its parent was realized learns its window from the first event, and the
+  // size its parent gave it meanwhile: a window created at its final size has no configure.
+  if (!getDrawable() && _widget && XtIsRealized(_widget)) {
+    setWindow(XtWindow(_widget));
+    sizeChanged(false);
+  }
   QelEvent event;
   switch (xEvent->type) {
     case Expose:
@@ -522,8 +526,8 @@ QelClassInfo* QelView::getClassInfo() const {
 }
 
 QelClassInfo* QelView::ClassInfo() {
-  static QelClassInfo* info = new QelClassInfo("QelView", QelAbstractView::ClassInfo());
-  return info;
+  static QelClassInfo info("QelView", QelAbstractView::ClassInfo());
+  return &info;
 }
 
 template <typename F>

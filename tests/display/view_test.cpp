@@ -329,3 +329,24 @@ TEST_F(ViewTest, TopLevelViewHasItsShellTitleAndDeleteBehaviour) {
 
 }  // namespace
 }  // namespace kestrel::test
+
+namespace kestrel::test {
+namespace {
+
+// A view made in a parent that is not realized yet, then resized by its parent's layout before
+// realization: its window is created at that size and no configure ever reports it.
+TEST_F(DisplayTest, ViewMadeBeforeRealizationLearnsTheSizeItsWindowWasMadeAt) {
+  MotifHost host(xDisplay, 30, 30, 200, 150);
+  RecordingView view(display, host.board(), QelRect(0, 0, 50, 40));
+  XtVaSetValues(view.getWidget(), XmNwidth, Dimension(160), XmNheight, Dimension(120), nullptr);
+  EXPECT_EQ(view.getSystemView(), 0u);
+  ASSERT_TRUE(host.realize());
+  ASSERT_TRUE(host.pumpUntil([&] { return !view.exposes.empty(); }));
+  EXPECT_EQ(view.getSystemView(), XtWindow(view.getWidget()));
+  EXPECT_EQ(view.width(), 160u);
+  EXPECT_EQ(view.height(), 120u);
+  EXPECT_EQ(display->getView(view.getSystemView()), &view);
+}
+
+}  // namespace
+}  // namespace kestrel::test

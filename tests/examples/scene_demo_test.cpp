@@ -1,0 +1,509 @@
+// The scene demo end to end: the real program on the private server, driven by xdotool, its
+// window read back. Everything about the demo is learnt from outside: its windows from the tree,
+// its objects from their colours.
+#include <gtest/gtest.h>
+
+#include <png.h>
+#include <signal.h>
+#include <sys/prctl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <chrono>
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <memory>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "graphics/geometry.h"
+#include "tests/support/pixels.h"
+#include "tests/support/x_server.h"
+
+#include <X11/Xutil.h>
+
+namespace kestrel::test {
+namespace {
+
+constexpr const char* kDemoClass = "SceneDemo";
+constexpr int kWidth = 600, kHeight = 460;  // the shell, as the tests start it
+constexpr uint32_t kWhite = 0xffffff, kBlack = 0x000000;
+constexpr size_t kHandlePixels = 8 * 8 * 8;  // eight handles of 8 by 8
+
+// The demo's windows come and go while the tests look at them: a request about a window that
+// has just gone fails quietly (its call returns failure) instead of ending the test binary.
+int ignoreXError(Display*, XErrorEvent*) {
+  return 0;
+}
+
+// Polls until `done` holds; false when ten seconds pass first.
+bool eventually(const std::function<bool()>& done) {
+  auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+  while (!done()) {
+    if (std::chrono::steady_clock::now() > deadline) return false;
+    usleep(20000);
+  }
+  return true;
+}
+
+int waitFor(pid_t pid, int options) {
+  int status = 0;
+  pid_t got;
+  while ((got = waitpid(pid, &status, options)) < 0 && errno == EINTR) {
+  }
+  if (got <= 0) return -1;
+  return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+}
+
+// Runs xdotool to the end; true when it succeeded.
+bool xdotool(const std::vector<std::string>& args) {
+  std::vector<char*> argv{const_cast<char*>("xdotool")};
+  for (const std::string& arg : args) argv.push_back(const_cast<char*>(arg.c_str()));
+  argv.push_back(nullptr);
+  pid_t pid = fork();
+  if (pid == 0) {
+    execvp("xdotool", argv.data());
+    _exit(127);
+  }
+  return pid > 0 && waitFor(pid, 0) == 0;
+}
+
+// The demo as a child process, in a directory of its own; killed when the object goes, and by
+// the kernel should the test binary die first.
+class DemoProcess {
+ public:
+  DemoProcess(const std::vector<std::string>& args, const std::string& directory) {
+    std::vector<char*> argv{const_cast<char*>(KESTREL_SCENE_DEMO)};
+    for (const std::string& arg : args) argv.push_back(const_cast<char*>(arg.c_str()));
+    argv.push_back(nullptr);
+    _pid = fork();
+    if (_pid == 0) {
+      prctl(PR_SET_PDEATHSIG, SIGKILL);
+      if (chdir(directory.c_str()) == 0) execv(KESTREL_SCENE_DEMO, argv.data());
+      _exit(127);
+    }
+  }
+  ~DemoProcess() {
+    if (_pid <= 0) return;
+    kill(_pid, SIGKILL);
+    waitFor(_pid, 0);
+  }
+  DemoProcess(const DemoProcess&) = delete;
+  DemoProcess& operator=(const DemoProcess&) = delete;
+
+  // The exit status once the demo ends by itself; -1 when it is still running at the deadline.
+  int waitForExit() {
+    int status = -1;
+    if (!eventually([&] { return (status = waitFor(_pid, WNOHANG)) >= 0; })) return -1;
+    _pid = -1;
+    return status;
+  }
+
+ private:
+  pid_t _pid = -1;
+};
+
+std::vector<Window> children(Display* x, Window window) {
+  Window root, parent, *list = nullptr;
+  unsigned count = 0;
+  if (!XQueryTree(x, window, &root, &parent, &list, &count)) return {};
+  std::vector<Window> result(list, list + count);
+  if (list) XFree(list);
+  return result;
+}
+
+bool isViewable(Display* x, Window window) {
+  XWindowAttributes attributes;
+  return XGetWindowAttributes(x, window, &attributes) && attributes.map_state == IsViewable;
+}
+
+// The window's place and size in root coordinates.
+QelRect rootGeometry(Display* x, Window window) {
+  XWindowAttributes attributes;
+  if (!XGetWindowAttributes(x, window, &attributes)) return QelRect();
+  int rootX = 0, rootY = 0;
+  Window child;
+  XTranslateCoordinates(x, window, DefaultRootWindow(x), 0, 0, &rootX, &rootY, &child);
+  return QelRect(rootX, rootY, uint32_t(attributes.width), uint32_t(attributes.height));
+}
+
+bool hasDemoClass(Display* x, Window window) {
+  XClassHint hint{};
+  if (!XGetClassHint(x, window, &hint)) return false;
+  bool demo = hint.res_class && std::string(hint.res_class) == kDemoClass;
+  XFree(hint.res_name);
+  XFree(hint.res_class);
+  return demo;
+}
+
+// The demo's viewable top-level window, or None.
+Window findDemoShell(Display* x) {
+  for (Window window : children(x, DefaultRootWindow(x)))
+    if (hasDemoClass(x, window) && isViewable(x, window)) return window;
+  return None;
+}
+
+// The innermost window under a point of `top`.
+Window deepestAt(Display* x, Window top, int px, int py) {
+  Window current = top;
+  while (true) {
+    int cx, cy;
+    Window child = None;
+    XTranslateCoordinates(x, top, current, px, py, &cx, &cy, &child);
+    if (child == None) return current;
+    current = child;
+  }
+}
+
+// The box of the pixels of `color`; empty when there are none.
+QelRect boxOf(const Image& image, uint32_t color) {
+  int left = image.width, top = image.height, right = -1, bottom = -1;
+  for (int y = 0; y < image.height; ++y)
+    for (int x = 0; x < image.width; ++x)
+      if (image.at(x, y) == color)
+        left = std::min(left, x), right = std::max(right, x), top = std::min(top, y),
+        bottom = std::max(bottom, y);
+  if (right < 0) return QelRect();
+  return QelRect(left, top, uint32_t(right - left + 1), uint32_t(bottom - top + 1));
+}
+
+size_t countIn(const Image& image, const QelRect& rect, uint32_t color) {
+  size_t n = 0;
+  for (int64_t y = std::max<int64_t>(rect.y, 0);
+       y < std::min<int64_t>(rect.bottom64(), image.height); ++y)
+    for (int64_t x = std::max<int64_t>(rect.x, 0);
+         x < std::min<int64_t>(rect.right64(), image.width); ++x)
+      n += image.at(int(x), int(y)) == color;
+  return n;
+}
+
+QelPoint centreOf(const QelRect& r) {
+  return QelPoint(r.x + int32_t(r.w / 2), r.y + int32_t(r.h / 2));
+}
+
+QelRect translated(QelRect r, int32_t dx, int32_t dy) {
+  r.x += dx;
+  r.y += dy;
+  return r;
+}
+
+// Black 8 by 8 squares on the four corners of the box: the selection's corner handles.
+bool framedByHandles(const Image& image, const QelRect& box) {
+  const int32_t right = box.x + int32_t(box.w), bottom = box.y + int32_t(box.h);
+  for (QelPoint c : {QelPoint(box.x, box.y), QelPoint(right, box.y), QelPoint(right, bottom),
+                     QelPoint(box.x, bottom)})
+    if (countIn(image, QelRect(c.x - 4, c.y - 4, 8, 8), kBlack) != 64) return false;
+  return true;
+}
+
+Image readPng(const std::string& path) {
+  png_image png{};
+  png.version = PNG_IMAGE_VERSION;
+  if (!png_image_begin_read_from_file(&png, path.c_str())) return Image();
+  png.format = PNG_FORMAT_RGB;
+  std::vector<uint8_t> bytes(PNG_IMAGE_SIZE(png));
+  if (!png_image_finish_read(&png, nullptr, bytes.data(), 0, nullptr)) return Image();
+  Image image(int(png.width), int(png.height), 0);
+  for (size_t i = 0; i < image.rgb.size(); ++i)
+    image.rgb[i] =
+        uint32_t(bytes[i * 3]) << 16 | uint32_t(bytes[i * 3 + 1]) << 8 | bytes[i * 3 + 2];
+  return image;
+}
+
+std::string fileText(const std::string& path) {
+  std::ifstream in(path);
+  std::stringstream text;
+  text << in.rdbuf();
+  return text.str();
+}
+
+class SceneDemoTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    x = XOpenDisplay(PrivateXEnvironment::displayName());
+    ASSERT_NE(x, nullptr);
+    previousHandler = XSetErrorHandler(ignoreXError);
+    char pattern[] = "/tmp/kestrel-scene-demo-XXXXXX";
+    ASSERT_NE(mkdtemp(pattern), nullptr);
+    directory = pattern;
+    sceneFile = directory + "/my_scene.qel";
+    sky = rgbOf("steel blue");
+    roof = rgbOf("tomato");
+    tree = rgbOf("sea green");
+  }
+
+  void TearDown() override {
+    if (HasFailure() && shell) {
+      const std::string name = ::testing::UnitTest::GetInstance()->current_test_info()->name();
+      QelRect box = rootGeometry(x, shell);
+      writePng(readWindow(x, shell, 0, 0, box.w, box.h),
+               outputDirectory() + "/scene_demo_" + name + ".png");
+    }
+    stop();
+    if (!directory.empty()) std::filesystem::remove_all(directory);
+    if (x) XCloseDisplay(x);
+    XSetErrorHandler(previousHandler);
+  }
+
+  uint32_t rgbOf(const char* name) {
+    XColor color;
+    XParseColor(x, DefaultColormap(x, DefaultScreen(x)), name, &color);
+    return uint32_t(color.red >> 8) << 16 | uint32_t(color.green >> 8) << 8 | (color.blue >> 8);
+  }
+
+  // Starts the demo at the top-left of the screen and waits until its scene shows.
+  void launch(std::vector<std::string> args) {
+    args.insert(args.begin(),
+                {"-geometry", std::to_string(kWidth) + "x" + std::to_string(kHeight) + "+0+0"});
+    demo = std::make_unique<DemoProcess>(args, directory);
+    ASSERT_TRUE(eventually([&] { return (shell = findDemoShell(x)) != None; }))
+        << "the demo's window never showed";
+    ASSERT_TRUE(eventually([&] {
+      findSceneWindow();
+      return boxOf(screen(), sky).w > 0 && boxOf(screen(), tree).w > 0;
+    })) << "the scene was never drawn";
+  }
+
+  // Kills the demo (if still running) and waits until the server has taken its windows away.
+  void stop() {
+    demo.reset();
+    if (shell) {
+      EXPECT_TRUE(eventually([&] { return findDemoShell(x) == None; }));
+    }
+    shell = scene = None;
+  }
+
+  // The container's window: the innermost one in the middle of the shell.
+  void findSceneWindow() {
+    QelRect box = rootGeometry(x, shell);
+    scene = deepestAt(x, shell, int(box.w / 2), int(box.h / 2));
+  }
+
+  Image screen() {
+    XSync(x, False);
+    QelRect box = rootGeometry(x, scene);
+    return readWindow(x, scene, 0, 0, box.w, box.h);
+  }
+
+  QelPoint toRoot(const QelPoint& p) {
+    QelRect box = rootGeometry(x, scene);
+    return QelPoint(box.x + p.x, box.y + p.y);
+  }
+
+  void clickAt(const QelPoint& p) {
+    QelPoint r = toRoot(p);
+    ASSERT_TRUE(xdotool({"mousemove", std::to_string(r.x), std::to_string(r.y), "click", "1"}));
+  }
+
+  // Presses on `from`, moves through the middle to `from` + (dx, dy) and releases.
+  void drag(const QelPoint& from, int dx, int dy) {
+    QelPoint a = toRoot(from);
+    auto at = [&](int fraction) {
+      return std::vector<std::string>{"mousemove", std::to_string(a.x + dx * fraction / 2),
+                                      std::to_string(a.y + dy * fraction / 2)};
+    };
+    std::vector<std::string> args = at(0);
+    args.insert(args.end(), {"mousedown", "1"});
+    for (int fraction : {1, 2}) {
+      std::vector<std::string> step = at(fraction);
+      args.insert(args.end(), step.begin(), step.end());
+    }
+    args.insert(args.end(), {"mouseup", "1"});
+    ASSERT_TRUE(xdotool(args));
+  }
+
+  // Gives the demo the keyboard focus, as a window manager would, and types `keys`.
+  void type(const std::string& keys) {
+    ASSERT_TRUE(xdotool({"windowfocus", "--sync", std::to_string(shell)}));
+    ASSERT_TRUE(xdotool({"key", keys}));
+  }
+
+  // Posts the File menu with a click on its title and clicks its item `index` counted from the
+  // top (a negative index counts from the bottom).
+  void chooseFromFileMenu(int index) {
+    QelRect shellBox = rootGeometry(x, shell), sceneBox = rootGeometry(x, scene);
+    int barHeight = sceneBox.y - shellBox.y;
+    ASSERT_TRUE(xdotool({"mousemove", std::to_string(shellBox.x + 15),
+                         std::to_string(shellBox.y + barHeight / 2), "click", "1"}));
+    std::vector<Window> items;
+    ASSERT_TRUE(eventually([&] { return !(items = menuItems()).empty(); }))
+        << "the File menu did not open";
+    QelRect item = rootGeometry(x, items[index >= 0 ? index : int(items.size()) + index]);
+    QelPoint c = centreOf(item);
+    ASSERT_TRUE(xdotool({"mousemove", std::to_string(c.x), std::to_string(c.y), "click", "1"}));
+  }
+
+  // The items of the posted pulldown, top to bottom: the children of the menu inside the one
+  // viewable top-level window that is not the demo's own.
+  std::vector<Window> menuItems() {
+    for (Window top : children(x, DefaultRootWindow(x))) {
+      if (top == shell || !isViewable(x, top)) continue;
+      for (Window menu : children(x, top)) {
+        std::vector<Window> items = children(x, menu);
+        std::sort(items.begin(), items.end(),
+                  [&](Window a, Window b) { return rootGeometry(x, a).y < rootGeometry(x, b).y; });
+        if (!items.empty()) return items;
+      }
+    }
+    return {};
+  }
+
+  bool sceneShowsSelectionOf(uint32_t color) {
+    Image image = screen();
+    return framedByHandles(image, boxOf(image, color)) && image.count(kBlack) == kHandlePixels;
+  }
+
+  Display* x = nullptr;
+  XErrorHandler previousHandler = nullptr;
+  std::string directory, sceneFile;
+  std::unique_ptr<DemoProcess> demo;
+  Window shell = None, scene = None;
+  uint32_t sky = 0, roof = 0, tree = 0;
+};
+
+TEST_F(SceneDemoTest, ClickSelectsOneObjectDragMovesItAndAClickOnNothingClears) {
+  ASSERT_NO_FATAL_FAILURE(launch({sceneFile}));
+  Image before = screen();
+  EXPECT_EQ(before.count(kBlack), 0u) << "nothing is selected at start";
+  const QelRect skyBox = boxOf(before, sky), roofBox = boxOf(before, roof),
+                treeBox = boxOf(before, tree);
+
+  clickAt(centreOf(skyBox));
+  EXPECT_TRUE(eventually([&] { return sceneShowsSelectionOf(sky); }));
+  // Selecting another object takes the handles away from the first.
+  clickAt(centreOf(roofBox));
+  EXPECT_TRUE(eventually([&] { return sceneShowsSelectionOf(roof); }));
+
+  // Beyond the right of the scene's built-in size: the container follows the shell's geometry.
+  drag(centreOf(treeBox), 160, 20);
+  const QelRect moved = translated(treeBox, 160, 20);
+  EXPECT_TRUE(eventually([&] {
+    Image image = screen();
+    return boxOf(image, tree) == moved && framedByHandles(image, moved) &&
+           image.count(kBlack) == kHandlePixels;
+  })) << "the tree did not arrive with its handles alone";
+  // Where it was, with its handles, is plain background again.
+  QelRect old(treeBox.x - 4, treeBox.y - 4, treeBox.w + 8, treeBox.h + 8);
+  EXPECT_EQ(countIn(screen(), old, kWhite), size_t(old.w) * old.h);
+
+  clickAt(QelPoint(300, 180));
+  EXPECT_TRUE(eventually([&] { return screen().count(kBlack) == 0; }));
+}
+
+TEST_F(SceneDemoTest, UncoveringRepaintsTheSameScene) {
+  ASSERT_NO_FATAL_FAILURE(launch({sceneFile}));
+  clickAt(centreOf(boxOf(screen(), sky)));
+  ASSERT_TRUE(eventually([&] { return sceneShowsSelectionOf(sky); }));
+  const Image before = screen();
+  const QelRect sceneBox = rootGeometry(x, scene);
+  int n = 0;
+  // Covering all of it, then a part whose edges cut through objects.
+  for (QelRect cover : {sceneBox, QelRect(sceneBox.x + 100, sceneBox.y + 60, 200, 150)}) {
+    SCOPED_TRACE(++n);
+    XSetWindowAttributes attributes;
+    attributes.background_pixel = 0xff00ff;
+    attributes.override_redirect = True;
+    Window window = XCreateWindow(x, DefaultRootWindow(x), cover.x, cover.y, cover.w, cover.h, 0,
+                                  CopyFromParent, InputOutput, CopyFromParent,
+                                  CWBackPixel | CWOverrideRedirect, &attributes);
+    XMapRaised(x, window);
+    EXPECT_TRUE(eventually([&] { return isViewable(x, window); }));
+    XDestroyWindow(x, window);
+    Image after;
+    bool same = eventually([&] { return (after = screen()).rgb == before.rgb; });
+    EXPECT_TRUE(same ? ::testing::AssertionSuccess()
+                     : imagesMatch(after, before, "scene_demo_uncover_" + std::to_string(n)));
+  }
+}
+
+TEST_F(SceneDemoTest, ResizingTheShellRedrawsTheSceneInTheNewSize) {
+  ASSERT_NO_FATAL_FAILURE(launch({sceneFile}));
+  const Image before = screen();
+  // Smaller first, cutting objects; larger after, where they must come back whole.
+  for (auto [width, height] : {std::pair(300, 250), std::pair(760, 560)}) {
+    SCOPED_TRACE(width);
+    ASSERT_TRUE(xdotool(
+        {"windowsize", std::to_string(shell), std::to_string(width), std::to_string(height)}));
+    Image after, expected;
+    bool same = eventually([&] {
+      if (rootGeometry(x, scene).w != uint32_t(width)) return false;
+      after = screen();
+      expected = Image(after.width, after.height, kWhite);
+      for (int row = 0; row < std::min(after.height, before.height); ++row)
+        for (int col = 0; col < std::min(after.width, before.width); ++col)
+          expected.set(col, row, before.at(col, row));
+      return after.rgb == expected.rgb;
+    });
+    EXPECT_TRUE(same ? ::testing::AssertionSuccess()
+                     : imagesMatch(after, expected, "scene_demo_resize_" + std::to_string(width)));
+  }
+}
+
+TEST_F(SceneDemoTest, SavedSceneComesBackTheSameAfterARestart) {
+  ASSERT_NO_FATAL_FAILURE(launch({sceneFile}));
+  const QelRect skyBox = boxOf(screen(), sky);
+  drag(centreOf(skyBox), 30, 60);
+  const QelRect moved = translated(skyBox, 30, 60);
+  ASSERT_TRUE(eventually([&] { return boxOf(screen(), sky) == moved; }));
+
+  // Saved with the sky still selected: the file holds the objects, not the selection.
+  ASSERT_NO_FATAL_FAILURE(chooseFromFileMenu(0));
+  ASSERT_TRUE(eventually([&] { return std::ifstream(sceneFile).good(); }));
+  const std::string text = fileText(sceneFile);
+  EXPECT_NE(text.find("QelFilledRectangle"), std::string::npos) << text;
+  EXPECT_EQ(text.find("QelDrawSelection"), std::string::npos) << text;
+
+  clickAt(QelPoint(300, 180));
+  ASSERT_TRUE(eventually([&] { return screen().count(kBlack) == 0; }));
+  const Image saved = screen();
+  ASSERT_NO_FATAL_FAILURE(type("ctrl+q"));
+  EXPECT_EQ(demo->waitForExit(), 0);
+  stop();
+
+  ASSERT_NO_FATAL_FAILURE(launch({sceneFile}));
+  Image after;
+  bool same = eventually([&] { return (after = screen()).rgb == saved.rgb; });
+  EXPECT_TRUE(same ? ::testing::AssertionSuccess()
+                   : imagesMatch(after, saved, "scene_demo_restart"));
+  // What was read from the file can be selected and dragged too.
+  drag(centreOf(moved), -30, -60);
+  EXPECT_TRUE(eventually([&] {
+    Image image = screen();
+    return boxOf(image, sky) == skyBox && framedByHandles(image, skyBox);
+  }));
+}
+
+TEST_F(SceneDemoTest, WithoutAFileSaveWritesTheDefaultFileAndQuitEndsTheDemo) {
+  ASSERT_NO_FATAL_FAILURE(launch({}));
+  ASSERT_NO_FATAL_FAILURE(type("ctrl+s"));
+  EXPECT_TRUE(eventually([&] { return std::ifstream(directory + "/scene.qel").good(); }));
+  ASSERT_NO_FATAL_FAILURE(chooseFromFileMenu(-1));
+  EXPECT_EQ(demo->waitForExit(), 0);
+}
+
+TEST_F(SceneDemoTest, ScreenshotOptionWritesTheWindowAndExits) {
+  const std::string shot = directory + "/shot.png";
+  {
+    DemoProcess screenshot({"-geometry", "600x460+0+0", "--screenshot", shot}, directory);
+    ASSERT_EQ(screenshot.waitForExit(), 0);
+  }
+  ASSERT_TRUE(eventually([&] { return findDemoShell(x) == None; }));
+  const Image written = readPng(shot);
+  ASSERT_EQ(written.width, kWidth);
+  ASSERT_EQ(written.height, kHeight);
+  // The same picture as the live window's.
+  ASSERT_NO_FATAL_FAILURE(launch({}));
+  Image live;
+  bool same = eventually(
+      [&] { return (live = readWindow(x, shell, 0, 0, kWidth, kHeight)).rgb == written.rgb; });
+  EXPECT_TRUE(same ? ::testing::AssertionSuccess()
+                   : imagesMatch(written, live, "scene_demo_screenshot"));
+}
+
+}  // namespace
+}  // namespace kestrel::test
