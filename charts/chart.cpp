@@ -178,7 +178,7 @@ int QelAbstractChart::intersection(const QelRect& rect, const QelFloatRect& data
                                    QelFloatRect& result, const QelTransformer* t) const {
   QelRect r = rect;
   if (t) t->inverse(r);
-  result.minx = float(r.x - _origin.x) / _xScale;
+  result.minx = float(int64_t(r.x) - _origin.x) / _xScale;
   result.miny = float(_origin.y - r.bottom64()) / _yScale;
   result.maxx = float(r.w) / _xScale + result.minx;
   result.maxy = float(r.h) / _yScale + result.miny;
@@ -224,7 +224,7 @@ void QelAbstractChart::dataPointBBox(const QelChartData* data, unsigned long ind
   }
   QelPoint p;
   getDataPoint(data, index, p, t);
-  rect = QelRect(p.x, p.y, 0, 0);
+  rect = QelRect(p.x, p.y, 1, 1);
   for (unsigned long neighbour : {index - 1, index + 1}) {
     if (neighbour >= data->getCount()) continue;  // index 0 wraps around
     getDataPoint(data, neighbour, p, t);
@@ -242,8 +242,9 @@ void QelAbstractChart::applyTransform(const QelTransformer* t) {
   if (!t) return;
   QelFloatRect range;
   chartBBox(range);
+  // The data's own box: kinds may draw beyond it (bars of a pixel width, the baseline).
   QelRect bb;
-  boundingBox(bb, t);
+  QelAbstractChart::boundingBox(bb, t);
   float m11, m12, m21, m22;
   t->getValues(m11, m12, m21, m22);
   _xScale *= m11;

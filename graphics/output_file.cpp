@@ -160,7 +160,14 @@ void QelOutputFile::collect(QelGraphic* graphic) {
 
 void QelOutputFile::searchPalettes(const QelGraphic* graphic) {
   auto* simple = dynamic_cast<const QelSimpleGraphic*>(graphic);
-  const QelPalette* palette = simple ? simple->getPalette() : nullptr;
+  addPalette(simple ? simple->getPalette() : nullptr);
+  if (auto* user = dynamic_cast<const QelPaletteUser*>(graphic))
+    user->applyPalettes([](const QelPalette* palette,
+                           void* file) { static_cast<QelOutputFile*>(file)->addPalette(palette); },
+                        this);
+}
+
+void QelOutputFile::addPalette(const QelPalette* palette) {
   if (palette && _paletteIndex.try_emplace(palette, int(_palettes.size())).second)
     _palettes.push_back(palette);
 }

@@ -14,6 +14,18 @@ class QelClassInfo;
 class QelGraphic;
 class QelPalette;
 
+using QelApplyPalette = void (*)(const QelPalette* palette, void* arg);
+
+// Graphics that draw with palettes besides their own (a chart with one per data set) derive from
+// this too, so that the palette table of a file lists those as well.
+class QelPaletteUser {
+ public:
+  virtual void applyPalettes(QelApplyPalette f, void* arg) const = 0;
+
+ protected:
+  ~QelPaletteUser() = default;
+};
+
 class QelOutputFile {
  public:
   // The stream is switched to the C locale for as long as the file object lives.
@@ -49,6 +61,7 @@ class QelOutputFile {
  private:
   void collect(QelGraphic* graphic);
   void searchPalettes(const QelGraphic* graphic);
+  void addPalette(const QelPalette* palette);
 
   std::ostream& _stream;
   std::locale _previousLocale;
