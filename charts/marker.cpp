@@ -1,0 +1,134 @@
+#include "charts/marker.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <istream>
+#include <limits>
+#include <ostream>
+
+#include "charts/chart.h"
+#include "display/display.h"
+#include "display/palette.h"
+#include "graphics/class_info.h"
+#include "graphics/input_file.h"
+#include "graphics/output_file.h"
+#include "graphics/transformer.h"
+
+namespace {
+
+QelGraphicClassInfo* markerClass = nullptr;
+
+// Every figure the display knows; a file naming others is malformed.
+constexpr int64_t kAllMarkerBits = 1023;
+
+QelGraphic* readMarker(QelInputFile& file, QelPalette* palette) {
+  auto* marker = new QelMarker(file, palette);
+  if (!file.getStream().fail()) return marker;
+  delete marker;
+  return nullptr;
+}
+
+int32_t saturate(int64_t value) {
+  return int32_t(std::clamp<int64_t>(value, std::numeric_limits<int32_t>::min(),
+                                     std::numeric_limits<int32_t>::max()));
+}
+
+// Reads one integer of [min, max] through 64 bits; anything else fails the stream.
+bool readField(std::istream& in, int64_t min, int64_t max, int64_t& value) {
+  if (!(in >> value)) return false;
+  if (value >= min && value <= max) return true;
+  in.setstate(std::ios_base::failbit);
+  return false;
+}
+
+class ClipScope {
+ public:
+  ClipScope(const QelPalette* palette, const QelRegion* clip) : _palette(palette), _clip(clip) {
+    if (_clip) _palette->getDisplay()->setClip(_palette, _clip);
+  }
+  ~ClipScope() {
+    if (_clip) _palette->getDisplay()->setClip(_palette, static_cast<const QelRegion*>(nullptr));
+  }
+  ClipScope(const ClipScope&) = delete;
+  ClipScope& operator=(const ClipScope&) = delete;
+
+ private:
+  const QelPalette* _palette;
+  const QelRegion* _clip;
+};
+
+}  // namespace
+
+void QelRegisterMarker() {
+  static QelGraphicClassInfo marker("QelMarker", QelSimpleGraphic::ClassInfo(), readMarker);
+  markerClass = &marker;
+}
+
+QelMarker::QelMarker(QelDisplay* display, const QelPoint& point, unsigned int type, uint16_t size,
+                     QelPalette* palette)
+    : QelSimpleGraphic(display, palette), _point(point), _type(type), _size(size) {}
+
+QelMarker::QelMarker(const QelMarker& other)
+    : QelSimpleGraphic(other.getDisplay(), other.getPalette()),
+      _point(other._point),
+      _type(other._type),
+      _size(other._size) {}
+
+QelMarker::QelMarker(QelInputFile& file, QelPalette* palette)
+    : QelSimpleGraphic(file.getDisplay(), palette), _type(QelMarkerSquare), _size(kDefaultSize) {
+  std::istream& in = file.getStream();
+  constexpr int64_t kMin = std::numeric_limits<int32_t>::min();
+  constexpr int64_t kMax = std::numeric_limits<int32_t>::max();
+  int64_t x, y, type, size;
+  if (readField(in, kMin, kMax, x) && readField(in, kMin, kMax, y) &&
+      readField(in, 0, kAllMarkerBits, type) &&
+      readField(in, 0, std::numeric_limits<uint16_t>::max(), size)) {
+    _point = QelPoint(int32_t(x), int32_t(y));
+    _type = unsigned(type);
+    _size = uint16_t(size);
+  }
+}
+
+void QelMarker::draw(QelPort* port, const QelTransformer* t, const QelRegion* clip) const {
+  const QelPalette* palette = drawingPalette();
+  if (!palette || !palette->getDisplay()) return;
+  QelPoint p = _point;
+  if (t) t->apply(p);
+  ClipScope scope(palette, clip);
+  palette->getDisplay()->drawMarker(port, palette, p, _type, _size);
+}
+
+bool QelMarker::contains(const QelPoint&, const QelPoint& tp, const QelTransformer* t) const {
+  QelRect box;
+  boundingBox(box, t);
+  return box.contains(tp);
+}
+
+void QelMarker::boundingBox(QelRect& rect, const QelTransformer* t) const {
+  QelPoint p = _point;
+  if (t) t->apply(p);
+  // Outlines reach x + size inclusive: one pixel more than twice the size.
+  rect = QelRect(saturate(int64_t(p.x) - _size), saturate(int64_t(p.y) - _size),
+                 2 * uint32_t(_size) + 1, 2 * uint32_t(_size) + 1);
+}
+
+void QelMarker::move(int32_t x, int32_t y) {
+  _point = QelPoint(x, y);
+}
+
+void QelMarker::applyTransform(const QelTransformer* t) {
+  if (t) t->apply(_point);
+}
+
+void QelMarker::write(QelOutputFile& file) const {
+  file.getStream() << _point.x << ' ' << _point.y << ' ' << _type << ' ' << _size;
+}
+
+QelClassInfo* QelMarker::getClassInfo() const {
+  return ClassInfo();
+}
+
+QelClassInfo* QelMarker::ClassInfo() {
+  QelChartModuleInit();
+  return markerClass;
+}
