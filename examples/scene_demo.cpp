@@ -2,11 +2,14 @@
 // small scene of rectangles. Click an object to select it, drag it to move it, File > Save to
 // write the scene to a data file; a data file named on the command line is loaded at start.
 //
-//   kestrel_scene_demo [Xt options, e.g. -geometry 640x480] [--screenshot FILE.png] [SCENE]
+//   kestrel_scene_demo [Xt options, e.g. -geometry 640x480] [--charts] [--screenshot FILE.png]
+//                      [SCENE]
 //
 // SCENE is where Save writes (scene.qel in the current directory by default); when it does not
-// exist yet the demo starts from its built-in scene. With --screenshot the demo writes a PNG of
-// its window once it is drawn, and exits.
+// exist yet the demo starts from its built-in scene. View > Live charts (or --charts at start)
+// opens a second window with every chart kind over moving series. With --screenshot the demo
+// writes a PNG of its window once it is drawn, and of the charts window (FILE-charts.png) when
+// that is open, and exits.
 
 #include <X11/Intrinsic.h>
 #include <Xm/CascadeB.h>
@@ -17,14 +20,17 @@
 #include <Xm/Separator.h>
 #include <Xm/Xm.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstring>
 #include <fstream>
 #include <string>
 #include <vector>
 
+#include "charts/chart.h"
 #include "display/container.h"
 #include "display/display.h"
+#include "examples/chart_window.h"
 #include "examples/window_png.h"
 #include "graphics/output_file.h"
 #include "graphics/rectangle.h"
@@ -218,6 +224,7 @@ struct App {
   XtAppContext context = nullptr;
   Widget shell = nullptr;
   Scene* scene = nullptr;
+  ChartWindow* charts = nullptr;
 };
 
 void onSave(Widget, XtPointer data, XtPointer) {
@@ -227,6 +234,10 @@ void onSave(Widget, XtPointer data, XtPointer) {
   else
     std::fprintf(stderr, "Could not save the scene to %s\n", scene->file().c_str());
   std::fflush(stdout);
+}
+
+void onLiveCharts(Widget, XtPointer data, XtPointer) {
+  static_cast<App*>(data)->charts->show();
 }
 
 void onQuit(Widget, XtPointer data, XtPointer) {
@@ -243,8 +254,8 @@ void addMenuItem(Widget menu, const char* name, char mnemonic, const char* accel
   XtAddCallback(item, XmNactivateCallback, callback, app);
 }
 
-// File > Save and File > Quit, with mnemonics and Ctrl accelerators. Menu entries are labelled
-// with their widget names.
+// File > Save, File > Quit and View > Live charts, with mnemonics and Ctrl accelerators. Menu
+// entries are labelled with their widget names.
 Widget makeMenuBar(Widget mainWindow, App* app) {
   Widget bar = XmCreateMenuBar(mainWindow, const_cast<char*>("menuBar"), nullptr, 0);
   Widget menu = XmCreatePulldownMenu(bar, const_cast<char*>("fileMenu"), nullptr, 0);
@@ -253,6 +264,10 @@ Widget makeMenuBar(Widget mainWindow, App* app) {
   addMenuItem(menu, "Quit", 'Q', "Ctrl<Key>q", "Ctrl+Q", onQuit, app);
   XtVaCreateManagedWidget("File", xmCascadeButtonWidgetClass, bar, XmNsubMenuId, menu, XmNmnemonic,
                           KeySym('F'), nullptr);
+  Widget view = XmCreatePulldownMenu(bar, const_cast<char*>("viewMenu"), nullptr, 0);
+  addMenuItem(view, "Live charts", 'L', "Ctrl<Key>l", "Ctrl+L", onLiveCharts, app);
+  XtVaCreateManagedWidget("View", xmCascadeButtonWidgetClass, bar, XmNsubMenuId, view, XmNmnemonic,
+                          KeySym('V'), nullptr);
   XtManageChild(bar);
   return bar;
 }
@@ -269,6 +284,7 @@ void quitOnWindowClose(App* app) {
 
 struct Options {
   const char* screenshot = nullptr;
+  bool charts = false;
   std::string sceneFile = kDefaultSceneFile;
 };
 
@@ -278,6 +294,8 @@ bool parseOptions(int argc, char** argv, Options& options) {
   for (int i = 1; i < argc; ++i) {
     if (std::strcmp(argv[i], "--screenshot") == 0 && i + 1 < argc) {
       options.screenshot = argv[++i];
+    } else if (std::strcmp(argv[i], "--charts") == 0) {
+      options.charts = true;
     } else if (argv[i][0] != '-' && !haveFile) {
       options.sceneFile = argv[i];
       haveFile = true;
@@ -289,19 +307,28 @@ bool parseOptions(int argc, char** argv, Options& options) {
 }
 
 void noteExposed(QelAbstractView*, QelEvent*, void* exposed) {
-  *static_cast<bool*>(exposed) = true;
+  *static_cast<char*>(exposed) = 1;
 }
 
-// Handles events until the scene has been exposed and the server has nothing more to say.
-void waitUntilDrawn(App& app) {
-  bool exposed = false;
-  QelContainer* container = app.scene->container();
-  container->setExposeCallback(noteExposed, &exposed);
-  while (!exposed) XtAppProcessEvent(app.context, XtIMAll);
-  container->removeExposeCallback(noteExposed, &exposed);
+// Handles events until every container has been exposed and the server has nothing more to say.
+void waitUntilDrawn(App& app, const std::vector<QelContainer*>& containers) {
+  std::vector<char> exposed(containers.size(), 0);
+  for (size_t i = 0; i < containers.size(); ++i)
+    containers[i]->setExposeCallback(noteExposed, &exposed[i]);
+  while (std::find(exposed.begin(), exposed.end(), 0) != exposed.end())
+    XtAppProcessEvent(app.context, XtIMAll);
+  for (size_t i = 0; i < containers.size(); ++i)
+    containers[i]->removeExposeCallback(noteExposed, &exposed[i]);
   Display* display = XtDisplay(app.shell);
   for (XSync(display, False); XPending(display); XSync(display, False))
     while (XPending(display)) XtAppProcessEvent(app.context, XtIMXEvent);
+}
+
+// FILE.png gives FILE-charts.png.
+std::string chartsScreenshotName(const std::string& screenshot) {
+  size_t dot = screenshot.rfind(".png");
+  return dot == std::string::npos ? screenshot + "-charts"
+                                  : screenshot.substr(0, dot) + "-charts" + screenshot.substr(dot);
 }
 
 void runUntilQuit(App& app) {
@@ -316,13 +343,15 @@ int main(int argc, char** argv) {
                                 applicationShellWidgetClass, nullptr, 0);
   Options options;
   if (!parseOptions(argc, argv, options)) {
-    std::fprintf(stderr, "usage: %s [Xt options] [--screenshot FILE.png] [SCENE_FILE]\n", argv[0]);
+    std::fprintf(stderr, "usage: %s [Xt options] [--charts] [--screenshot FILE.png] [SCENE_FILE]\n",
+                 argv[0]);
     XtDestroyApplicationContext(app.context);
     return 2;
   }
   QelContainerModuleInit();
   QelRectangleModuleInit();
   QelSelectionModuleInit();
+  QelChartModuleInit();
   auto* display = new QelDisplay(XtDisplay(app.shell), "sceneDemo");
   if (!display->getXDisplay()) {
     std::fprintf(stderr, "%s: the toolkit could not use the display\n", argv[0]);
@@ -338,19 +367,34 @@ int main(int argc, char** argv) {
                        app.scene->container()->getWidget());
   quitOnWindowClose(&app);
   XtRealizeWidget(app.shell);
+  app.charts = new ChartWindow(display, app.shell);
+  // Beside the main window where no window manager places it (as under Xvfb).
+  Dimension mainWidth = 0;
+  XtVaGetValues(app.shell, XmNwidth, &mainWidth, nullptr);
+  XtVaSetValues(app.charts->shell(), XmNx, Position(mainWidth + 20), XmNy, Position(0), nullptr);
+  if (options.charts) app.charts->show();
 
   int status = 0;
   if (options.screenshot) {
-    waitUntilDrawn(app);
+    std::vector<QelContainer*> shown = {app.scene->container()};
+    if (options.charts) shown.push_back(app.charts->container());
+    waitUntilDrawn(app, shown);
     if (!writeWindowPng(XtDisplay(app.shell), XtWindow(app.shell), options.screenshot)) {
       std::fprintf(stderr, "%s: could not write %s\n", argv[0], options.screenshot);
+      status = 1;
+    }
+    std::string chartsPng = chartsScreenshotName(options.screenshot);
+    if (options.charts &&
+        !writeWindowPng(XtDisplay(app.shell), XtWindow(app.charts->shell()), chartsPng.c_str())) {
+      std::fprintf(stderr, "%s: could not write %s\n", argv[0], chartsPng.c_str());
       status = 1;
     }
   } else {
     runUntilQuit(app);
   }
 
-  // The container uses the display's resources, and the display the X connection.
+  // The containers use the display's resources, and the display the X connection.
+  delete app.charts;
   delete app.scene;
   delete display;
   XtDestroyWidget(app.shell);

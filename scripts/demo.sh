@@ -26,7 +26,7 @@ cleanup() {
   rm -f "$numberFile"
 }
 trap cleanup EXIT
-Xvfb -displayfd 3 -nolisten tcp -screen 0 1024x768x24 3>"$numberFile" >/dev/null 2>&1 &
+Xvfb -displayfd 3 -nolisten tcp -screen 0 1400x900x24 3>"$numberFile" >/dev/null 2>&1 &
 xvfb=$!
 # Xvfb writes its display number once it accepts connections.
 for _ in $(seq 200); do
@@ -37,5 +37,6 @@ done
 grep -q . "$numberFile" || { echo "Xvfb did not start in time" >&2; exit 1; }
 
 screenshot=$PWD/build/scene_demo.png
-DISPLAY=":$(head -n 1 "$numberFile")" "$demo" -geometry 640x480 --screenshot "$screenshot"
-echo "No DISPLAY set: the demo ran on a private Xvfb. Its window: $screenshot"
+DISPLAY=":$(head -n 1 "$numberFile")" "$demo" -geometry 480x380 --charts --screenshot "$screenshot"
+echo "No DISPLAY set: the demo ran on a private Xvfb. Its windows: $screenshot and" \
+  "${screenshot%.png}-charts.png"

@@ -148,6 +148,17 @@ Window findDemoShell(Display* x) {
   return None;
 }
 
+// A viewable top-level window with that title, or None.
+Window findWindowNamed(Display* x, const char* title) {
+  for (Window window : children(x, DefaultRootWindow(x))) {
+    char* name = nullptr;
+    bool match = XFetchName(x, window, &name) && name && std::string(name) == title;
+    if (name) XFree(name);
+    if (match && isViewable(x, window)) return window;
+  }
+  return None;
+}
+
 // The innermost window under a point of `top`.
 Window deepestAt(Display* x, Window top, int px, int py) {
   Window current = top;
@@ -503,6 +514,35 @@ TEST_F(SceneDemoTest, ScreenshotOptionWritesTheWindowAndExits) {
       [&] { return (live = readWindow(x, shell, 0, 0, kWidth, kHeight)).rgb == written.rgb; });
   EXPECT_TRUE(same ? ::testing::AssertionSuccess()
                    : imagesMatch(written, live, "scene_demo_screenshot"));
+}
+
+TEST_F(SceneDemoTest, LiveChartsWindowShowsEveryKindMovingWithItsTimer) {
+  ASSERT_NO_FATAL_FAILURE(launch({}));
+  ASSERT_NO_FATAL_FAILURE(type("ctrl+l"));
+  Window charts = None;
+  ASSERT_TRUE(eventually([&] { return (charts = findWindowNamed(x, "Live charts")) != None; }))
+      << "View > Live charts opened no window";
+  // Below the main window, all on the screen, so that it can be read back.
+  ASSERT_TRUE(xdotool({"windowmove", "--sync", std::to_string(charts), "0", "500"}));
+  QelRect box;
+  auto read = [&] {
+    XSync(x, False);
+    box = rootGeometry(x, charts);
+    return readWindow(x, charts, 0, 0, box.w, box.h);
+  };
+  // Each kind draws in its own colour (the side-by-side and stacked bars in two).
+  const char* colours[] = {"navy",   "light sky blue", "pale green", "dark orange", "purple",
+                           "orange", "steel blue",     "tomato",     "sea green",   "gold"};
+  Image first;
+  ASSERT_TRUE(eventually([&] {
+    first = read();
+    return std::all_of(std::begin(colours), std::end(colours),
+                       [&](const char* c) { return first.count(rgbOf(c)) > 20; });
+  })) << "not every chart kind showed";
+  // The series move on with the timer, and the charts with them.
+  Image later;
+  EXPECT_TRUE(eventually([&] { return (later = read()).rgb != first.rgb; }));
+  if (HasFailure()) writePng(first, outputDirectory() + "/scene_demo_live_charts.png");
 }
 
 }  // namespace

@@ -1,0 +1,169 @@
+#include "examples/chart_window.h"
+
+#include <Xm/Protocols.h>
+#include <Xm/Xm.h>
+
+#include "charts/chart_kinds.h"
+#include "charts/multi_chart.h"
+#include "display/container.h"
+#include "display/display.h"
+#include "display/main_loop.h"
+#include "graphics/rectangle.h"
+#include "graphics/transformer.h"
+
+namespace {
+
+constexpr unsigned long kPoints = 24;  // values per series
+constexpr float kTop = 100;            // series values stay in 0 .. kTop
+constexpr int kColumns = 4, kRows = 2;
+constexpr int32_t kPanelWidth = 190, kPanelHeight = 140, kGap = 20, kCaptionHeight = 18;
+constexpr int kTickMilliseconds = 250;
+
+// A line of text above a panel. The demo's own small graphic: the toolkit draws text through the
+// display, and a graphic only has to say where.
+class Caption : public QelSimpleGraphic {
+ public:
+  Caption(QelDisplay* display, const char* text, const QelRect& rect, QelPalette* palette)
+      : QelSimpleGraphic(display, palette), _text(text), _rect(rect) {}
+  void draw(QelPort* port, const QelTransformer* t, const QelRegion*) const override {
+    QelRect r = _rect;
+    if (t) t->apply(r);
+    if (const QelPalette* palette = drawingPalette())
+      getDisplay()->drawLabel(port, palette, _text, r, QelLeft);
+  }
+  void boundingBox(QelRect& rect, const QelTransformer* t) const override {
+    rect = _rect;
+    if (t) t->apply(rect);
+  }
+  void applyTransform(const QelTransformer* t) override {
+    if (t) t->apply(_rect);
+  }
+  QelGraphic* copy() const override {
+    return new Caption(getDisplay(), _text, _rect, getPalette());
+  }
+  void write(QelOutputFile&) const override {}
+
+ private:
+  const char* _text;
+  QelRect _rect;
+};
+
+// The panel's plotting area, below its caption.
+QelRect panelArea(int index) {
+  int32_t x = kGap + (index % kColumns) * (kPanelWidth + kGap);
+  int32_t y = kGap + (index / kColumns) * (kPanelHeight + kGap);
+  return QelRect(x, y + kCaptionHeight, kPanelWidth, kPanelHeight - kCaptionHeight);
+}
+
+// Fixed mappings rather than adjust(): the series move, the axes should not. Indices run across
+// the area (`inset` pixels in from each side, room for bars), values 0 .. top up it.
+void mapInto(QelAbstractChart* chart, const QelRect& area, float top, int32_t inset) {
+  float xScale = float(int32_t(area.w) - 2 * inset) / float(kPoints - 1);
+  chart->setOrigin(QelPoint(area.x + inset, area.y + int32_t(area.h) - 1));
+  chart->setScales(xScale, float(area.h - 4) / top);
+}
+
+}  // namespace
+
+ChartWindow::ChartWindow(QelDisplay* display, Widget appShell) : _display(display) {
+  const uint32_t width = kGap + kColumns * (kPanelWidth + kGap);
+  const uint32_t height = kGap + kRows * (kPanelHeight + kGap);
+  _shell = XtVaCreatePopupShell("charts", topLevelShellWidgetClass, appShell, XmNtitle,
+                                "Live charts", XmNdeleteResponse, XmDO_NOTHING, nullptr);
+  Atom deleteWindow = XmInternAtom(XtDisplay(_shell), const_cast<char*>("WM_DELETE_WINDOW"), False);
+  XmAddWMProtocolCallback(_shell, deleteWindow, onClose, this);
+  _container = new QelContainer(display, _shell, QelRect(0, 0, width, height));
+  _container->setBackground(display->getColor("white"));
+  for (int i = 0; i < 3; ++i) {
+    auto* series = new QelChartDataYPoints(kPoints, nullptr, 1);
+    series->lock();
+    _series.push_back(series);
+  }
+  for (unsigned long i = 0; i < kPoints; ++i) step();
+  addPanels();
+  _container->setDoubleBuffering(1);
+  _timer = std::make_unique<QelTimer>(display, 0, kTickMilliseconds, onTick, this);
+}
+
+ChartWindow::~ChartWindow() {
+  _timer.reset();
+  delete _container;  // the charts go with it and let go of the series
+  for (QelChartDataYPoints* series : _series) series->unLock();
+  XtDestroyWidget(_shell);
+}
+
+void ChartWindow::addPanels() {
+  QelDisplay* d = _display;
+  auto palette = [d](const char* colour) { return d->getPalette(nullptr, d->getColor(colour)); };
+  QelChartDataYPoints *a = _series[0], *b = _series[1], *c = _series[2];
+
+  auto* sideBySide = new QelSideBySideBarChart(d, 3);
+  sideBySide->addData(b, palette("steel blue"));
+  sideBySide->addData(c, palette("tomato"));
+  auto* stacked = new QelStackedBarChart(d, 5);
+  stacked->addData(a, palette("sea green"));
+  stacked->addData(b, palette("gold"));
+
+  struct Panel {
+    const char* caption;
+    QelAbstractChart* chart;
+    float top;
+    int32_t inset;
+  };
+  const Panel panels[] = {
+      {"Polyline", new QelPolylineChart(d, a, palette("navy")), kTop, 2},
+      {"Polygon", new QelPolygonChart(d, a, palette("light sky blue")), kTop, 2},
+      {"Stairs", new QelStairChart(d, b, palette("pale green")), kTop, 2},
+      {"Bars", new QelBarChart(d, c, 3, QelVertical, palette("dark orange")), kTop, 6},
+      {"Scatter", new QelScatterChart(d, a, 3, QelMarkerFilledDiamond, palette("purple")), kTop, 6},
+      {"3-D bars", new Qel3dBarChart(d, b, 5, 4, palette("orange")), kTop, 8},
+      {"Side by side", sideBySide, kTop, 6},
+      {"Stacked", stacked, 2 * kTop, 6},
+  };
+  QelPalette* frame = palette("gray80");
+  QelPalette* text = palette("black");
+  for (int i = 0; i < int(sizeof panels / sizeof panels[0]); ++i) {
+    QelRect area = panelArea(i);
+    _container->addObject(
+        new Caption(d, panels[i].caption,
+                    QelRect(area.x, area.y - kCaptionHeight, area.w, kCaptionHeight), text),
+        0);
+    _container->addObject(new QelRectangle(d, area, frame), 0);
+    mapInto(panels[i].chart, area, panels[i].top, panels[i].inset);
+    _container->addObject(panels[i].caption, panels[i].chart, 0);
+  }
+}
+
+void ChartWindow::step() {
+  // Each series wanders up and down in its range, deterministically.
+  for (size_t s = 0; s < _series.size(); ++s) {
+    QelChartDataYPoints* series = _series[s];
+    float last = series->getValues()[kPoints - 1];
+    _seed = _seed * 1103515245u + 12345u;
+    float change = float(int((_seed >> 16) % 31) - 15);
+    float next = last + change;
+    if (next < 5 || next > kTop - 5) next = last - change;
+    if (next < 0 || next > kTop) next = kTop / 2;
+    series->scroll(next);
+  }
+}
+
+void ChartWindow::show() {
+  XtPopup(_shell, XtGrabNone);
+  _timer->run();
+}
+
+void ChartWindow::hide() {
+  _timer->suspend();
+  XtPopdown(_shell);
+}
+
+void ChartWindow::onTick(QelTimer*, void* data) {
+  auto* window = static_cast<ChartWindow*>(data);
+  window->step();
+  window->_container->reDraw();
+}
+
+void ChartWindow::onClose(Widget, XtPointer data, XtPointer) {
+  static_cast<ChartWindow*>(data)->hide();
+}
