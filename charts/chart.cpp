@@ -27,20 +27,12 @@ QelGraphicClassInfo* abstractChartClass = nullptr;
 QelGraphicClassInfo* chartClass = nullptr;
 QelGraphicClassInfo* polylineChartClass = nullptr;
 
-template <typename T>
-QelGraphic* readChart(QelInputFile& file, QelPalette* palette) {
-  T* chart = new T(file, palette);
-  if (!file.getStream().fail() && !file.hasFailed()) return chart;
-  delete chart;
-  return nullptr;
-}
-
 void initializeChartModule() {
   QelChartDataModuleInit();
   static QelGraphicClassInfo abstractChart("QelAbstractChart", QelSimpleGraphic::ClassInfo(),
                                            nullptr);
   static QelGraphicClassInfo chart("QelChart", &abstractChart, nullptr);
-  static QelGraphicClassInfo polyline("QelPolylineChart", &chart, readChart<QelPolylineChart>);
+  static QelGraphicClassInfo polyline("QelPolylineChart", &chart, QelReadGraphic<QelPolylineChart>);
   abstractChartClass = &abstractChart;
   chartClass = &chart;
   polylineChartClass = &polyline;
@@ -51,28 +43,6 @@ void initializeChartModule() {
 uint32_t grownBy2(uint32_t extent) {
   return extent > std::numeric_limits<uint32_t>::max() - 2 ? extent : extent + 2;
 }
-
-int32_t saturate(int64_t value) {
-  return int32_t(std::clamp<int64_t>(value, std::numeric_limits<int32_t>::min(),
-                                     std::numeric_limits<int32_t>::max()));
-}
-
-// Sets a clip on the palette for one drawing and takes it off again afterwards.
-class PaletteClip {
- public:
-  PaletteClip(const QelPalette* palette, const QelRegion* clip) : _palette(palette), _clip(clip) {
-    if (_clip) _palette->getDisplay()->setClip(_palette, _clip);
-  }
-  ~PaletteClip() {
-    if (_clip) _palette->getDisplay()->setClip(_palette, static_cast<const QelRect*>(nullptr));
-  }
-  PaletteClip(const PaletteClip&) = delete;
-  PaletteClip& operator=(const PaletteClip&) = delete;
-
- private:
-  const QelPalette* _palette;
-  const QelRegion* _clip;
-};
 
 }  // namespace
 
@@ -107,7 +77,7 @@ QelAbstractChart::QelAbstractChart(QelInputFile& file, QelPalette* palette)
   std::istream& in = file.getStream();
   int64_t x = 0, y = 0;
   if (!(in >> x >> y >> _xScale >> _yScale)) return;
-  if (x != saturate(x) || y != saturate(y)) in.setstate(std::ios_base::failbit);
+  if (x != QelClampToInt32(x) || y != QelClampToInt32(y)) in.setstate(std::ios_base::failbit);
   _origin = QelPoint(int32_t(x), int32_t(y));
 }
 
@@ -249,8 +219,9 @@ void QelAbstractChart::applyTransform(const QelTransformer* t) {
   t->getValues(m11, m12, m21, m22);
   _xScale *= m11;
   _yScale *= m22;
-  _origin = QelPoint(saturate(int64_t(bb.x) - QelTruncToPixel(double(_xScale) * range.minx)),
-                     saturate(int64_t(bb.y) + QelTruncToPixel(double(_yScale) * range.maxy)));
+  _origin =
+      QelPoint(QelClampToInt32(int64_t(bb.x) - QelTruncToPixel(double(_xScale) * range.minx)),
+               QelClampToInt32(int64_t(bb.y) + QelTruncToPixel(double(_yScale) * range.maxy)));
 }
 
 void QelAbstractChart::adjust(const QelRect& rect) {
@@ -261,16 +232,16 @@ void QelAbstractChart::adjust(const QelRect& rect) {
     float span = range.maxy - range.miny;
     if (span > 0) {
       _yScale = h / span;
-      _origin.y = saturate(int64_t(rect.y) + QelTruncToPixel(double(_yScale) * range.maxy));
+      _origin.y = QelClampToInt32(int64_t(rect.y) + QelTruncToPixel(double(_yScale) * range.maxy));
     } else {
-      _origin.y = saturate(rect.bottom64());
+      _origin.y = QelClampToInt32(rect.bottom64());
     }
   };
   auto fitX = [&] {
     float span = range.maxx - range.minx;
     if (span > 0) {
       _xScale = w / span;
-      _origin.x = saturate(int64_t(rect.x) - QelTruncToPixel(double(_xScale) * range.minx));
+      _origin.x = QelClampToInt32(int64_t(rect.x) - QelTruncToPixel(double(_xScale) * range.minx));
     } else {
       _origin.x = rect.x;
     }
@@ -282,7 +253,7 @@ void QelAbstractChart::adjust(const QelRect& rect) {
     } else {
       // Values of one sign keep zero on the bottom edge.
       _yScale = h / range.maxy;
-      _origin.y = saturate(rect.bottom64());
+      _origin.y = QelClampToInt32(rect.bottom64());
     }
   } else {
     if (!extendsToBase() || range.minx * range.maxx <= 0) {
@@ -395,8 +366,8 @@ const QelPoint* QelChart::mapPoints(const QelFloatPoint* points, unsigned long c
   const QelPoint origin = getOrigin();
   const float xs = getXScale(), ys = getYScale();
   for (unsigned long i = 0; i < count; ++i)
-    out[i] = QelPoint(saturate(int64_t(origin.x) + QelTruncToPixel(xs * points[i].x)),
-                      saturate(int64_t(origin.y) - QelTruncToPixel(ys * points[i].y)));
+    out[i] = QelPoint(QelClampToInt32(int64_t(origin.x) + QelTruncToPixel(xs * points[i].x)),
+                      QelClampToInt32(int64_t(origin.y) - QelTruncToPixel(ys * points[i].y)));
   return out;
 }
 
@@ -432,7 +403,7 @@ unsigned long QelChart::whichPoint(unsigned int size, const QelPoint&, const Qel
 
 void QelChart::scroll(float value, QelRect& area, QelPort*, const QelTransformer* t) {
   auto* ys = dynamic_cast<QelChartDataYPoints*>(_data);
-  if (!ys || !_data->getClassInfo()->isSubtypeOf(QelChartDataYPoints::ClassInfo())) return;
+  if (!ys) return;
   QelRect before, after;
   boundingBox(before, t);
   ys->scroll(value);
@@ -448,14 +419,15 @@ void QelChart::drawPointInfo(QelPort* port, const QelTransformer* t, const QelRe
   QelChartPointInfo* const* infos = _data ? _data->getAllPointInfo(count) : nullptr;
   const QelPalette* palette = drawingPalette();
   if (!count || !palette || !palette->getDisplay()) return;
-  PaletteClip scope(palette, clip);
+  QelPaletteClip scope(palette, clip);
   for (unsigned long i = 0; i < count; ++i) {
     QelGraphic* graphic = infos[i]->getGraphic();
     if (!graphic || infos[i]->getIndex() >= _data->getCount()) continue;
     QelPoint p, offset = infos[i]->getOffset();
     getPoint(infos[i]->getIndex(), p, t);
     if (t) t->deltaApply(offset);
-    p = QelPoint(saturate(int64_t(p.x) + offset.x), saturate(int64_t(p.y) + offset.y));
+    p = QelPoint(QelClampToInt32(int64_t(p.x) + offset.x),
+                 QelClampToInt32(int64_t(p.y) + offset.y));
     if (t && !t->inverse(p)) continue;
     graphic->move(p.x, p.y);
     graphic->draw(port, t, clip);
@@ -480,7 +452,7 @@ void QelPolylineChart::draw(QelPort* port, const QelTransformer* t, const QelReg
   const QelPoint* points = getPoints(count, clip, t);
   if (!count) return;
   {
-    PaletteClip scope(palette, clip);
+    QelPaletteClip scope(palette, clip);
     palette->getDisplay()->drawPolyLine(port, palette, uint32_t(count), points);
   }
   drawPointInfo(port, t, clip);

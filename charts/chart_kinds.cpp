@@ -30,27 +30,15 @@ QelGraphicClassInfo* bar3dChartClass = nullptr;
 // Every marker figure the display knows; a file naming others is malformed.
 constexpr int64_t kAllMarkerBits = 1023;
 
-template <typename T>
-QelGraphic* readChart(QelInputFile& file, QelPalette* palette) {
-  T* chart = new T(file, palette);
-  if (!file.getStream().fail() && !file.hasFailed()) return chart;
-  delete chart;
-  return nullptr;
-}
-
-int32_t saturate(int64_t value) {
-  return int32_t(std::clamp<int64_t>(value, std::numeric_limits<int32_t>::min(),
-                                     std::numeric_limits<int32_t>::max()));
-}
-
 uint32_t extent(int64_t value) {
   return uint32_t(std::clamp<int64_t>(value, 0, std::numeric_limits<uint32_t>::max()));
 }
 
 // A rectangle from its edges, held to what QelRect can hold.
 QelRect rectBetween(int64_t left, int64_t top, int64_t right, int64_t bottom) {
-  int32_t x = saturate(left), y = saturate(top);
-  return QelRect(x, y, extent(saturate(right) - int64_t(x)), extent(saturate(bottom) - int64_t(y)));
+  int32_t x = QelClampToInt32(left), y = QelClampToInt32(top);
+  return QelRect(x, y, extent(QelClampToInt32(right) - int64_t(x)),
+                 extent(QelClampToInt32(bottom) - int64_t(y)));
 }
 
 // Reads one integer of [min, max] through 64 bits; anything else fails the stream.
@@ -74,7 +62,7 @@ uint32_t scaledSize(uint32_t size, double factor) {
 // outside the clip may still reach into it.
 QelRegion widened(const QelRegion& clip, int64_t dx, int64_t dy) {
   QelRect rect = clip.getBBox();
-  rect.expand(saturate(dx), saturate(dy));
+  rect.expand(QelClampToInt32(dx), QelClampToInt32(dy));
   return QelRegion(rect);
 }
 
@@ -91,23 +79,6 @@ bool usable(const QelPalette* palette) {
   return palette && palette->getDisplay();
 }
 
-// Sets a clip on the palette for one drawing and takes it off again afterwards.
-class PaletteClip {
- public:
-  PaletteClip(const QelPalette* palette, const QelRegion* clip) : _palette(palette), _clip(clip) {
-    if (_clip) _palette->getDisplay()->setClip(_palette, _clip);
-  }
-  ~PaletteClip() {
-    if (_clip) _palette->getDisplay()->setClip(_palette, static_cast<const QelRect*>(nullptr));
-  }
-  PaletteClip(const PaletteClip&) = delete;
-  PaletteClip& operator=(const PaletteClip&) = delete;
-
- private:
-  const QelPalette* _palette;
-  const QelRegion* _clip;
-};
-
 uint32_t clampCount(unsigned long count) {
   return uint32_t(std::min<unsigned long>(count, std::numeric_limits<uint32_t>::max()));
 }
@@ -118,13 +89,13 @@ void QelRegisterChartKinds() {
   // Called first on its own, this makes the chart module call it back before going on.
   QelChartModuleInit();
   static QelGraphicClassInfo polygon("QelPolygonChart", QelChart::ClassInfo(),
-                                     readChart<QelPolygonChart>);
-  static QelGraphicClassInfo stair("QelStairChart", &polygon, readChart<QelStairChart>);
-  static QelGraphicClassInfo bar("QelBarChart", QelChart::ClassInfo(), readChart<QelBarChart>);
+                                     QelReadGraphic<QelPolygonChart>);
+  static QelGraphicClassInfo stair("QelStairChart", &polygon, QelReadGraphic<QelStairChart>);
+  static QelGraphicClassInfo bar("QelBarChart", QelChart::ClassInfo(), QelReadGraphic<QelBarChart>);
   static QelGraphicClassInfo scatter("QelScatterChart", QelChart::ClassInfo(),
-                                     readChart<QelScatterChart>);
+                                     QelReadGraphic<QelScatterChart>);
   static QelGraphicClassInfo bar3d("Qel3dBarChart", QelChart::ClassInfo(),
-                                   readChart<Qel3dBarChart>);
+                                   QelReadGraphic<Qel3dBarChart>);
   polygonChartClass = &polygon;
   stairChartClass = &stair;
   barChartClass = &bar;
@@ -157,7 +128,7 @@ void QelPolygonChart::draw(QelPort* port, const QelTransformer* t, const QelRegi
   unsigned long count = 0;
   const QelPoint* points = getPoints(count, clip, t);
   if (count) {
-    PaletteClip scope(palette, clip);
+    QelPaletteClip scope(palette, clip);
     palette->getDisplay()->fillPolyLine(port, palette, clampCount(count), points);
   }
   drawPointInfo(port, t, clip);
@@ -298,7 +269,7 @@ void QelBarChart::draw(QelPort* port, const QelTransformer* t, const QelRegion* 
     unsigned long count = 0;
     const QelPoint* points = getPoints(count, sliceClip, t);
     const QelPoint base = basePoint(t);
-    PaletteClip scope(palette, clip);
+    QelPaletteClip scope(palette, clip);
     for (unsigned long i = 0; i < count; ++i) {
       QelRect bar = barRect(points[i], base);
       if (bar.isEmpty() || (clip && !clip->intersects(bar))) continue;
@@ -405,7 +376,7 @@ void QelScatterChart::draw(QelPort* port, const QelTransformer* t, const QelRegi
     if (clip) slice = widened(*clip, _markerSize, _markerSize);
     unsigned long count = 0;
     const QelPoint* points = getPoints(count, clip ? &slice : nullptr, t);
-    PaletteClip scope(palette, clip);
+    QelPaletteClip scope(palette, clip);
     for (unsigned long i = 0; i < count; ++i) {
       if (clip && !clip->intersects(markerBox(points[i], _markerSize))) continue;
       palette->getDisplay()->drawMarker(port, palette, points[i], _markerType, _markerSize);
@@ -595,8 +566,8 @@ void Qel3dBarChart::draw(QelPort* port, const QelTransformer* t, const QelRegion
     const QelPoint* points = getPoints(count, clip ? &slice : nullptr, t);
     const QelPoint base = basePoint(t);
     const QelDisplay* display = front->getDisplay();
-    PaletteClip frontScope(front, clip);
-    std::optional<PaletteClip> topScope, sideScope;
+    QelPaletteClip frontScope(front, clip);
+    std::optional<QelPaletteClip> topScope, sideScope;
     if (top != front) topScope.emplace(top, clip);
     if (side != front && side != top) sideScope.emplace(side, clip);
     // Left to right: each bar's front hides the side of the bar before it.
@@ -605,7 +576,9 @@ void Qel3dBarChart::draw(QelPort* port, const QelTransformer* t, const QelRegion
       const int64_t left = f.x, right = f.right64(), upper = f.y, lower = f.bottom64();
       if (clip && !clip->intersects(rectBetween(left, upper - d, right + d, lower))) continue;
       if (d) {
-        auto at = [](int64_t x, int64_t y) { return QelPoint(saturate(x), saturate(y)); };
+        auto at = [](int64_t x, int64_t y) {
+          return QelPoint(QelClampToInt32(x), QelClampToInt32(y));
+        };
         const QelPoint sideFace[4] = {at(right, upper), at(right + d, upper - d),
                                       at(right + d, lower - d), at(right, lower)};
         const QelPoint topFace[4] = {at(left, upper), at(left + d, upper - d),

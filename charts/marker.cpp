@@ -21,18 +21,6 @@ QelGraphicClassInfo* markerClass = nullptr;
 // Every figure the display knows; a file naming others is malformed.
 constexpr int64_t kAllMarkerBits = 1023;
 
-QelGraphic* readMarker(QelInputFile& file, QelPalette* palette) {
-  auto* marker = new QelMarker(file, palette);
-  if (!file.getStream().fail()) return marker;
-  delete marker;
-  return nullptr;
-}
-
-int32_t saturate(int64_t value) {
-  return int32_t(std::clamp<int64_t>(value, std::numeric_limits<int32_t>::min(),
-                                     std::numeric_limits<int32_t>::max()));
-}
-
 // Reads one integer of [min, max] through 64 bits; anything else fails the stream.
 bool readField(std::istream& in, int64_t min, int64_t max, int64_t& value) {
   if (!(in >> value)) return false;
@@ -41,26 +29,11 @@ bool readField(std::istream& in, int64_t min, int64_t max, int64_t& value) {
   return false;
 }
 
-class ClipScope {
- public:
-  ClipScope(const QelPalette* palette, const QelRegion* clip) : _palette(palette), _clip(clip) {
-    if (_clip) _palette->getDisplay()->setClip(_palette, _clip);
-  }
-  ~ClipScope() {
-    if (_clip) _palette->getDisplay()->setClip(_palette, static_cast<const QelRegion*>(nullptr));
-  }
-  ClipScope(const ClipScope&) = delete;
-  ClipScope& operator=(const ClipScope&) = delete;
-
- private:
-  const QelPalette* _palette;
-  const QelRegion* _clip;
-};
-
 }  // namespace
 
 void QelRegisterMarker() {
-  static QelGraphicClassInfo marker("QelMarker", QelSimpleGraphic::ClassInfo(), readMarker);
+  static QelGraphicClassInfo marker("QelMarker", QelSimpleGraphic::ClassInfo(),
+                                    QelReadGraphic<QelMarker>);
   markerClass = &marker;
 }
 
@@ -94,7 +67,7 @@ void QelMarker::draw(QelPort* port, const QelTransformer* t, const QelRegion* cl
   if (!palette || !palette->getDisplay()) return;
   QelPoint p = _point;
   if (t) t->apply(p);
-  ClipScope scope(palette, clip);
+  QelPaletteClip scope(palette, clip);
   palette->getDisplay()->drawMarker(port, palette, p, _type, _size);
 }
 
@@ -108,7 +81,7 @@ void QelMarker::boundingBox(QelRect& rect, const QelTransformer* t) const {
   QelPoint p = _point;
   if (t) t->apply(p);
   // Outlines reach x + size inclusive: one pixel more than twice the size.
-  rect = QelRect(saturate(int64_t(p.x) - _size), saturate(int64_t(p.y) - _size),
+  rect = QelRect(QelClampToInt32(int64_t(p.x) - _size), QelClampToInt32(int64_t(p.y) - _size),
                  2 * uint32_t(_size) + 1, 2 * uint32_t(_size) + 1);
 }
 

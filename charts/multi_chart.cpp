@@ -27,26 +27,15 @@ QelGraphicClassInfo* stackedChartClass = nullptr;
 QelGraphicClassInfo* sideBySideBarChartClass = nullptr;
 QelGraphicClassInfo* stackedBarChartClass = nullptr;
 
-template <typename T>
-QelGraphic* readChart(QelInputFile& file, QelPalette* palette) {
-  T* chart = new T(file, palette);
-  if (!file.getStream().fail() && !file.hasFailed()) return chart;
-  delete chart;
-  return nullptr;
-}
-
-int32_t saturate(int64_t value) {
-  return int32_t(std::clamp<int64_t>(value, std::numeric_limits<int32_t>::min(), INT32_MAX));
-}
-
 uint32_t extent(int64_t value) {
   return uint32_t(std::clamp<int64_t>(value, 0, UINT32_MAX));
 }
 
 // A rectangle from its edges, held to what QelRect can hold.
 QelRect rectBetween(int64_t left, int64_t top, int64_t right, int64_t bottom) {
-  int32_t x = saturate(left), y = saturate(top);
-  return QelRect(x, y, extent(saturate(right) - int64_t(x)), extent(saturate(bottom) - int64_t(y)));
+  int32_t x = QelClampToInt32(left), y = QelClampToInt32(top);
+  return QelRect(x, y, extent(QelClampToInt32(right) - int64_t(x)),
+                 extent(QelClampToInt32(bottom) - int64_t(y)));
 }
 
 // A bar `width` pixels wide from `left`, between the view heights y0 and y1.
@@ -58,23 +47,6 @@ QelRect barBetween(int64_t left, uint32_t width, int32_t y0, int32_t y1) {
 float stackable(float value) {
   return std::isnan(value) ? 0 : value;
 }
-
-// Sets a clip on the palette for one drawing and takes it off again afterwards.
-class PaletteClip {
- public:
-  PaletteClip(const QelPalette* palette, const QelRegion* clip) : _palette(palette), _clip(clip) {
-    if (_clip) _palette->getDisplay()->setClip(_palette, _clip);
-  }
-  ~PaletteClip() {
-    if (_clip) _palette->getDisplay()->setClip(_palette, static_cast<const QelRect*>(nullptr));
-  }
-  PaletteClip(const PaletteClip&) = delete;
-  PaletteClip& operator=(const PaletteClip&) = delete;
-
- private:
-  const QelPalette* _palette;
-  const QelRegion* _clip;
-};
 
 bool usable(const QelPalette* palette) {
   return palette && palette->getDisplay();
@@ -95,7 +67,7 @@ bool readWidth(std::istream& in, uint16_t& width) {
 // The clip's box widened by what a kind draws on each side of its points.
 QelRect widenedClip(const QelRegion& clip, uint32_t margin) {
   QelRect rect = clip.getBBox();
-  rect.expand(saturate(margin), 0);
+  rect.expand(QelClampToInt32(margin), 0);
   return rect;
 }
 
@@ -108,9 +80,9 @@ void QelRegisterMultiCharts() {
   static QelGraphicClassInfo sideBySide("QelSideBySideChart", &multi, nullptr);
   static QelGraphicClassInfo stacked("QelStackedChart", &multi, nullptr);
   static QelGraphicClassInfo sideBySideBar("QelSideBySideBarChart", &sideBySide,
-                                           readChart<QelSideBySideBarChart>);
+                                           QelReadGraphic<QelSideBySideBarChart>);
   static QelGraphicClassInfo stackedBar("QelStackedBarChart", &stacked,
-                                        readChart<QelStackedBarChart>);
+                                        QelReadGraphic<QelStackedBarChart>);
   multiChartClass = &multi;
   sideBySideChartClass = &sideBySide;
   stackedChartClass = &stacked;
@@ -276,7 +248,8 @@ void QelMultiChart::drawPointInfo(QelPort* port, const QelTransformer* t,
       QelPoint p, offset = infos[i]->getOffset();
       getPlacedPoint(set, infos[i]->getIndex(), p, t);
       if (t) t->deltaApply(offset);
-      p = QelPoint(saturate(int64_t(p.x) + offset.x), saturate(int64_t(p.y) + offset.y));
+      p = QelPoint(QelClampToInt32(int64_t(p.x) + offset.x),
+                   QelClampToInt32(int64_t(p.y) + offset.y));
       if (t && !t->inverse(p)) continue;
       graphic->move(p.x, p.y);
       graphic->draw(port, t, clip);
@@ -361,7 +334,7 @@ void QelSideBySideChart::getDataRelativePoint(unsigned long set, unsigned long i
   const QelChartData* data = dataAt(set);
   if (!data || index >= data->getCount()) return;
   getDataPoint(data, index, p, t);
-  p.x = saturate(p.x + slotOffset(set));
+  p.x = QelClampToInt32(p.x + slotOffset(set));
 }
 
 void QelSideBySideChart::dataPointRelativeBBox(unsigned long set, unsigned long index,
@@ -587,7 +560,7 @@ void QelSideBySideBarChart::draw(QelPort* port, const QelTransformer* t,
           clip ? dataAt(set)->getPoints(range, count) : dataAt(set)->getPoints(count);
       if (!points) continue;
       const int64_t shift = slotOffset(set) - _barWidth / 2;
-      PaletteClip scope(palette, clip);
+      QelPaletteClip scope(palette, clip);
       for (unsigned long i = 0; i < count; ++i) {
         QelPoint p = mapToView(points[i], t);
         palette->getDisplay()->fillRectangle(port, palette,
@@ -650,7 +623,7 @@ void QelStackedBarChart::draw(QelPort* port, const QelTransformer* t, const QelR
     const QelChartData* data = dataAt(set);
     const QelPalette* palette = paletteToDraw(set);
     const bool drawn = usable(palette);
-    std::optional<PaletteClip> scope;
+    std::optional<QelPaletteClip> scope;
     if (drawn) scope.emplace(palette, clip);
     unsigned long last = std::min(end, data->getCount());
     for (unsigned long i = first; i < last; ++i) {

@@ -251,3 +251,12 @@ void QelPalette::setClip(const QelRect* rect) {
 void QelPalette::setClip(const QelRegion* region) {
   getDisplay()->setClip(this, region);
 }
+
+QelPaletteClip::QelPaletteClip(const QelPalette* palette, const QelRegion* clip)
+    : _palette(palette), _clip(palette && palette->getDisplay() ? clip : nullptr) {
+  if (_clip) _palette->getDisplay()->setClip(_palette, _clip);
+}
+
+QelPaletteClip::~QelPaletteClip() {
+  if (_clip) _palette->getDisplay()->setClip(_palette, static_cast<const QelRegion*>(nullptr));
+}

@@ -127,3 +127,16 @@ class QelPalette : public QelResource {
   mutable Pixmap _clipMask = None;
   GC _gc = nullptr;
 };
+
+// Sets `clip` (when there is one) on the palette for one drawing and takes it off again after.
+class QelPaletteClip {
+ public:
+  QelPaletteClip(const QelPalette* palette, const QelRegion* clip);
+  ~QelPaletteClip();
+  QelPaletteClip(const QelPaletteClip&) = delete;
+  QelPaletteClip& operator=(const QelPaletteClip&) = delete;
+
+ private:
+  const QelPalette* _palette;
+  const QelRegion* _clip;
+};

@@ -5,11 +5,6 @@
 
 namespace {
 
-int32_t saturate32(int64_t v) {
-  return int32_t(std::clamp<int64_t>(v, std::numeric_limits<int32_t>::min(),
-                                     std::numeric_limits<int32_t>::max()));
-}
-
 uint32_t saturateExtent(int64_t v) {
   return uint32_t(std::clamp<int64_t>(v, 0, std::numeric_limits<uint32_t>::max()));
 }
@@ -17,26 +12,26 @@ uint32_t saturateExtent(int64_t v) {
 }  // namespace
 
 void QelPoint::translate(int32_t dx, int32_t dy) {
-  x = saturate32(int64_t(x) + dx);
-  y = saturate32(int64_t(y) + dy);
+  x = QelClampToInt32(int64_t(x) + dx);
+  y = QelClampToInt32(int64_t(y) + dy);
 }
 
 int32_t QelRect::right() const {
-  return saturate32(right64());
+  return QelClampToInt32(right64());
 }
 int32_t QelRect::bottom() const {
-  return saturate32(bottom64());
+  return QelClampToInt32(bottom64());
 }
 
 void QelRect::translate(int32_t dx, int32_t dy) {
-  x = saturate32(int64_t(x) + dx);
-  y = saturate32(int64_t(y) + dy);
+  x = QelClampToInt32(int64_t(x) + dx);
+  y = QelClampToInt32(int64_t(y) + dy);
 }
 
 void QelRect::expand(int32_t dx, int32_t dy) {
   int64_t nw = int64_t(w) + 2 * int64_t(dx), nh = int64_t(h) + 2 * int64_t(dy);
-  x = saturate32(int64_t(x) - dx);
-  y = saturate32(int64_t(y) - dy);
+  x = QelClampToInt32(int64_t(x) - dx);
+  y = QelClampToInt32(int64_t(y) - dy);
   w = saturateExtent(nw);
   h = saturateExtent(nh);
 }

@@ -4,6 +4,11 @@
 
 #include <cstdint>
 
+// A 64-bit coordinate held to the 32 bits of a point: sums of coordinates saturate, never wrap.
+inline int32_t QelClampToInt32(int64_t v) {
+  return v < INT32_MIN ? INT32_MIN : v > INT32_MAX ? INT32_MAX : int32_t(v);
+}
+
 // Sides and directions, combinable as a bit set.
 enum QelPosition : unsigned int {
   QelLeft = 1,

@@ -100,5 +100,15 @@ class QelInputFile {
   std::unordered_map<int32_t, QelGraphic*> _byFileIndex;  // the current block's indexed objects
 };
 
+// The reader a graphic class registers: builds the object from the file and hands the file reader
+// nothing for a malformed one (a failed stream or file), since nobody would own it.
+template <typename T>
+QelGraphic* QelReadGraphic(QelInputFile& file, QelPalette* palette) {
+  T* object = new T(file, palette);
+  if (!file.getStream().fail() && !file.hasFailed()) return object;
+  delete object;
+  return nullptr;
+}
+
 // Reads the graphics of a data file (no container needed); empty on failure.
 std::vector<QelGraphic*> QelLoadGraphics(std::istream& stream, QelDisplay* display);

@@ -21,21 +21,11 @@ QelGraphicClassInfo* rectangleClass = nullptr;
 QelGraphicClassInfo* filledRectangleClass = nullptr;
 int rectangleModuleState = 0;
 
-// The readers hand the file reader nothing for a malformed object: the stream has failed and
-// the reader stops, so there is nobody to give a half-read object to.
-template <typename T>
-QelGraphic* readGraphic(QelInputFile& file, QelPalette* palette) {
-  T* object = new T(file, palette);
-  if (!file.getStream().fail()) return object;
-  delete object;
-  return nullptr;
-}
-
 void initializeRectangleModule() {
   static QelGraphicClassInfo rectangle("QelRectangle", QelSimpleGraphic::ClassInfo(),
-                                       readGraphic<QelRectangle>);
+                                       QelReadGraphic<QelRectangle>);
   static QelGraphicClassInfo filled("QelFilledRectangle", &rectangle,
-                                    readGraphic<QelFilledRectangle>);
+                                    QelReadGraphic<QelFilledRectangle>);
   rectangleClass = &rectangle;
   filledRectangleClass = &filled;
 }
@@ -70,23 +60,6 @@ bool inBox(const QelRect& r, const QelPoint& p) {
   return r.x <= p.x && p.x <= r.right64() && r.y <= p.y && p.y <= r.bottom64();
 }
 
-// Sets the clip on the palette for one drawing and takes it off again afterwards.
-class ClipScope {
- public:
-  ClipScope(const QelPalette* palette, const QelRegion* clip) : _palette(palette), _clip(clip) {
-    if (_clip) _palette->getDisplay()->setClip(_palette, _clip);
-  }
-  ~ClipScope() {
-    if (_clip) _palette->getDisplay()->setClip(_palette, static_cast<const QelRegion*>(nullptr));
-  }
-  ClipScope(const ClipScope&) = delete;
-  ClipScope& operator=(const ClipScope&) = delete;
-
- private:
-  const QelPalette* _palette;
-  const QelRegion* _clip;
-};
-
 }  // namespace
 
 int QelRectangleModuleInit() {
@@ -105,7 +78,7 @@ QelRectangle::QelRectangle(QelInputFile& file, QelPalette* palette)
 void QelRectangle::draw(QelPort* port, const QelTransformer* t, const QelRegion* clip) const {
   const QelPalette* palette = drawingPalette();
   if (!palette || !palette->getDisplay()) return;
-  ClipScope scope(palette, clip);
+  QelPaletteClip scope(palette, clip);
   palette->getDisplay()->drawRectangle(port, palette, transformed(_rect, t));
 }
 
@@ -158,7 +131,7 @@ QelFilledRectangle::QelFilledRectangle(QelInputFile& file, QelPalette* palette)
 void QelFilledRectangle::draw(QelPort* port, const QelTransformer* t, const QelRegion* clip) const {
   const QelPalette* palette = drawingPalette();
   if (!palette || !palette->getDisplay()) return;
-  ClipScope scope(palette, clip);
+  QelPaletteClip scope(palette, clip);
   palette->getDisplay()->fillRectangle(port, palette, transformed(_rect, t));
 }
 

@@ -29,17 +29,9 @@ namespace {
 QelGraphicClassInfo* selectionClass = nullptr;
 int selectionModuleState = 0;
 
-QelGraphic* readSelection(QelInputFile& file, QelPalette* palette) {
-  auto* selection = new QelDrawSelection(file, palette);
-  if (!file.getStream().fail()) return selection;
-  // The file reader stops at a failed stream; a half-read selection has no one to go to.
-  delete selection;
-  return nullptr;
-}
-
 void initializeSelectionModule() {
   static QelGraphicClassInfo selection("QelDrawSelection", QelSimpleGraphic::ClassInfo(),
-                                       readSelection);
+                                       QelReadGraphic<QelDrawSelection>);
   selectionClass = &selection;
 }
 
