@@ -194,11 +194,11 @@ void QelAbstractChart::dataPointBBox(const QelChartData* data, unsigned long ind
   }
   QelPoint p;
   getDataPoint(data, index, p, t);
-  rect = QelRect(p.x, p.y, 1, 1);
+  rect = QelRect(p.x, p.y, 0, 0);
   for (unsigned long neighbour : {index - 1, index + 1}) {
     if (neighbour >= data->getCount()) continue;  // index 0 wraps around
     getDataPoint(data, neighbour, p, t);
-    rect.add(QelRect(p.x, p.y, 1, 1));
+    rect.add(p);
   }
 }
 
@@ -212,7 +212,9 @@ void QelAbstractChart::applyTransform(const QelTransformer* t) {
   if (!t) return;
   QelFloatRect range;
   chartBBox(range);
-  // The data's own box: kinds may draw beyond it (bars of a pixel width, the baseline).
+  // The data's own box, not the kind's: a scatter chart's box reaches a marker beyond its
+  // points, and fitting the data's edge onto that wider box would drift by the marker size at
+  // every transform.
   QelRect bb;
   QelAbstractChart::boundingBox(bb, t);
   float m11, m12, m21, m22;
@@ -220,19 +222,21 @@ void QelAbstractChart::applyTransform(const QelTransformer* t) {
   _xScale *= m11;
   _yScale *= m22;
   _origin =
-      QelPoint(QelClampToInt32(int64_t(bb.x) - QelTruncToPixel(double(_xScale) * range.minx)),
-               QelClampToInt32(int64_t(bb.y) + QelTruncToPixel(double(_yScale) * range.maxy)));
+      QelPoint(QelClampToInt32(int64_t(bb.x) - QelTruncToPixel(_xScale * range.minx)),
+               QelClampToInt32(int64_t(bb.y) + QelTruncToPixel(_yScale * range.maxy)));
 }
 
 void QelAbstractChart::adjust(const QelRect& rect) {
   QelFloatRect range;
   chartBBox(range);
   float w = float(rect.w), h = float(rect.h);
+  // Products in single precision, as the mapping computes them: the top value then lands on
+  // rect.y itself, not a pixel above it.
   auto fitY = [&] {
     float span = range.maxy - range.miny;
     if (span > 0) {
       _yScale = h / span;
-      _origin.y = QelClampToInt32(int64_t(rect.y) + QelTruncToPixel(double(_yScale) * range.maxy));
+      _origin.y = QelClampToInt32(int64_t(rect.y) + QelTruncToPixel(_yScale * range.maxy));
     } else {
       _origin.y = QelClampToInt32(rect.bottom64());
     }
@@ -241,7 +245,7 @@ void QelAbstractChart::adjust(const QelRect& rect) {
     float span = range.maxx - range.minx;
     if (span > 0) {
       _xScale = w / span;
-      _origin.x = QelClampToInt32(int64_t(rect.x) - QelTruncToPixel(double(_xScale) * range.minx));
+      _origin.x = QelClampToInt32(int64_t(rect.x) - QelTruncToPixel(_xScale * range.minx));
     } else {
       _origin.x = rect.x;
     }

@@ -85,10 +85,6 @@ void QelMarker::boundingBox(QelRect& rect, const QelTransformer* t) const {
                  2 * uint32_t(_size) + 1, 2 * uint32_t(_size) + 1);
 }
 
-void QelMarker::move(int32_t x, int32_t y) {
-  _point = QelPoint(x, y);
-}
-
 void QelMarker::applyTransform(const QelTransformer* t) {
   if (t) t->apply(_point);
 }

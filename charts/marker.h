@@ -23,8 +23,6 @@ class QelMarker : public QelSimpleGraphic {
   bool contains(const QelPoint& p, const QelPoint& tp, const QelTransformer* t) const override;
   // (x - size, y - size, 2 size + 1, 2 size + 1) around the transformed point.
   void boundingBox(QelRect& rect, const QelTransformer* t = nullptr) const override;
-  // Centres the marker on (x, y), where a chart puts its point's decoration.
-  void move(int32_t x, int32_t y) override;
   // Moves the point; the size stays in pixels.
   void applyTransform(const QelTransformer* t) override;
   QelGraphic* copy() const override { return new QelMarker(*this); }

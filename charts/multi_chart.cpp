@@ -451,11 +451,11 @@ void QelStackedChart::placedPointBBox(unsigned long set, unsigned long index, Qe
   if (!data || index >= data->getCount()) return;
   QelPoint p;
   getDataStackedPoint(set, index, p, t);
-  rect = QelRect(p.x, p.y, 1, 1);
+  rect = QelRect(p.x, p.y, 0, 0);
   for (unsigned long neighbour : {index - 1, index + 1}) {
     if (neighbour >= data->getCount()) continue;  // index 0 wraps around
     getDataStackedPoint(set, neighbour, p, t);
-    rect.add(QelRect(p.x, p.y, 1, 1));
+    rect.add(p);
   }
 }
 

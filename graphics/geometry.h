@@ -78,6 +78,11 @@ struct QelRect {
   void add(const QelPoint& p);
 
   bool contains(const QelPoint& p) const;  // half-open
+  // Right and bottom edges included: the hit test of graphics, where a point on an outline's
+  // far edge still picks it.
+  bool containsClosed(const QelPoint& p) const {
+    return x <= p.x && p.x <= right64() && y <= p.y && p.y <= bottom64();
+  }
   bool contains(const QelRect& r) const;   // r lies inside, edges may touch
   // The two share at least one pixel. Inline: containers test every object's box with it.
   bool intersects(const QelRect& r) const {

@@ -510,7 +510,7 @@ void QelGraphic::drawPalette(const QelPalette*, QelPort* port, const QelTransfor
 bool QelGraphic::contains(const QelPoint&, const QelPoint& tp, const QelTransformer* t) const {
   QelRect box;
   boundingBox(box, t);
-  return box.x <= tp.x && tp.x <= box.right64() && box.y <= tp.y && tp.y <= box.bottom64();
+  return box.containsClosed(tp);
 }
 
 bool QelGraphic::intersects(const QelRegion& region, const QelTransformer* t) const {

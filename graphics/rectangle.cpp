@@ -56,10 +56,6 @@ QelRect transformed(const QelRect& rect, const QelTransformer* t) {
   return r;
 }
 
-bool inBox(const QelRect& r, const QelPoint& p) {
-  return r.x <= p.x && p.x <= r.right64() && r.y <= p.y && p.y <= r.bottom64();
-}
-
 }  // namespace
 
 int QelRectangleModuleInit() {
@@ -84,7 +80,7 @@ void QelRectangle::draw(QelPort* port, const QelTransformer* t, const QelRegion*
 
 bool QelRectangle::contains(const QelPoint&, const QelPoint& tp, const QelTransformer* t) const {
   QelRect r = transformed(_rect, t);
-  if (!inBox(r, tp)) return false;
+  if (!r.containsClosed(tp)) return false;
   const QelPoint topLeft(r.x, r.y), topRight(r.right(), r.y), bottomRight(r.right(), r.bottom()),
       bottomLeft(r.x, r.bottom());
   return QelPointInLine(tp, topLeft, topRight) || QelPointInLine(tp, topRight, bottomRight) ||
@@ -137,7 +133,7 @@ void QelFilledRectangle::draw(QelPort* port, const QelTransformer* t, const QelR
 
 bool QelFilledRectangle::contains(const QelPoint&, const QelPoint& tp,
                                   const QelTransformer* t) const {
-  return inBox(transformed(_rect, t), tp);
+  return transformed(_rect, t).containsClosed(tp);
 }
 
 QelGraphic* QelFilledRectangle::copy() const {

@@ -53,9 +53,7 @@ void QelRegion::clear() {
 }
 
 bool QelRegion::contains(const QelPoint& p) const {
-  auto closedContains = [&p](const QelRect& r) {
-    return r.x <= p.x && p.x <= r.right64() && r.y <= p.y && p.y <= r.bottom64();
-  };
+  auto closedContains = [&p](const QelRect& r) { return r.containsClosed(p); };
   if (_count == 0 || !closedContains(_bbox)) return false;
   return std::any_of(slots(), slots() + _count, closedContains);
 }

@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <memory>
 #include <sstream>
 #include <vector>
@@ -72,6 +73,9 @@ TEST_F(ChartTest, BoundsOfOnePointAndOfFlatSeries) {
   QelRect box;
   chart.boundingBox(box);
   EXPECT_EQ(box, QelRect(16, 42, 1, 1));
+  // A point's redraw box starts as nothing at the point and grows only to reach neighbours.
+  chart.bboxPoint(0, box, nullptr);
+  EXPECT_EQ(box, QelRect(16, 42, 0, 0));
 
   // A flat series keeps its y scale and sits on the rectangle's bottom edge.
   QelPolylineChart flat(display, series({5, 5, 5}), QelPoint(0, 0), 1, 3);
@@ -90,6 +94,33 @@ TEST_F(ChartTest, BoundsOfOnePointAndOfFlatSeries) {
   rising.getPoint(0, bottom, nullptr);
   EXPECT_EQ(top, QelPoint(100, 0));
   EXPECT_EQ(bottom, QelPoint(0, 80));
+}
+
+TEST_F(ChartTest, FittingPutsTheTopValueOnTheTopEdgeNotAPixelAbove) {
+  // Scales such as 100 / 3 are inexact in single precision: the fit must use the same float
+  // products as the mapping, or the top value lands one pixel outside the rectangle.
+  struct Case {
+    std::vector<float> values;
+    QelRect rect;
+  };
+  for (const Case& c : {Case{{0, 3}, {0, 0, 100, 100}}, Case{{0, 7}, {5, 9, 100, 300}},
+                        Case{{1, 0.3f, 9}, {0, 0, 640, 480}}, Case{{-2, 11}, {3, -50, 77, 33}}}) {
+    QelPolylineChart chart(display, series(c.values));
+    chart.adjust(c.rect);
+    unsigned long top = std::max_element(c.values.begin(), c.values.end()) - c.values.begin();
+    QelPoint p;
+    chart.getPoint(top, p, nullptr);
+    EXPECT_EQ(p.y, c.rect.y) << c.rect.h << " / " << c.values.size();
+  }
+  // Moved by a transformer, a top value that sits exactly on the edge follows onto the moved
+  // edge.
+  QelPolylineChart chart(display, series({0, 3}));
+  chart.adjust(QelRect(0, 0, 100, 100));
+  QelTransformer down(QelPoint(0, 10));
+  chart.applyTransform(&down);
+  QelPoint p;
+  chart.getPoint(1, p, nullptr);
+  EXPECT_EQ(p.y, 10);
 }
 
 TEST_F(ChartTest, WhichPointPicksAtExactlySizeAndTheLowerIndexWins) {

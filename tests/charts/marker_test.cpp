@@ -82,13 +82,13 @@ TEST_F(ChartMarkerTest, HitTestMoveAndTransformFollowThePoint) {
   EXPECT_EQ(box, QelRect(97, 77, 7, 7));  // the size stays in pixels
   EXPECT_TRUE(marker.contains({}, QelPoint(100, 80), &zoom));
 
-  // move puts the point itself at (x, y), not the box's corner.
+  // Like every graphic's, move puts the box's corner at (x, y): the point lands size further.
   marker.move(10, 12);
-  EXPECT_EQ(marker.getPoint(), QelPoint(10, 12));
+  EXPECT_EQ(marker.getPoint(), QelPoint(13, 15));
   marker.translate(5, -2);
-  EXPECT_EQ(marker.getPoint(), QelPoint(15, 10));
+  EXPECT_EQ(marker.getPoint(), QelPoint(18, 13));
   marker.applyTransform(&zoom);
-  EXPECT_EQ(marker.getPoint(), QelPoint(30, 20));
+  EXPECT_EQ(marker.getPoint(), QelPoint(36, 26));
   EXPECT_EQ(marker.getSize(), 3u);
 
   // Far out, the box saturates instead of wrapping.
@@ -102,17 +102,21 @@ TEST_F(ChartMarkerTest, HitTestMoveAndTransformFollowThePoint) {
   EXPECT_EQ(read(port).count(kWhite), 400u);
 }
 
-TEST_F(ChartMarkerTest, PointInfoMarkerDrawsCentredOnItsDataPoint) {
+TEST_F(ChartMarkerTest, JobMarkerWithOffsetMinusFourIsCentredOnItsDataPoint) {
+  // A filled diamond of size 4 offset by -(4 / 2 + 2): the box's corner goes 4 pixels up and
+  // left of the point, which puts the diamond's centre on it.
   auto* data = new QelChartDataYPoints(3, nullptr, 1);
   for (unsigned long i = 0; i < 3; ++i) data->setPoint(i, QelFloatPoint(0, float(i)));
   data->addPointInfo(new QelChartPointInfo(
-      new QelMarker(display, QelPoint(), QelMarkerPlus, 3, palette("blue")), 1));
+      new QelMarker(display, QelPoint(), QelMarkerFilledDiamond, 4, palette("blue")), 1,
+      QelPoint(-4, -4)));
   // Point 1 at (30, 40).
   QelPolylineChart chart(display, data, QelPoint(10, 50), 20, 10, palette("red"));
   QelPort* port = windowPort(80, 80);
   chart.draw(port, nullptr, nullptr);
   Image image = read(port);
-  EXPECT_EQ(extentOf(image, kBlue), QelRect(27, 37, 7, 7));
+  // The polygon (26, 40) (30, 36) (34, 40) (30, 44) as X fills it: far edges left out.
+  EXPECT_EQ(extentOf(image, kBlue), QelRect(26, 37, 8, 7));
   EXPECT_EQ(image.at(30, 40), kBlue);
 
   // Zoomed, the data point moves and the marker keeps its pixel size around it.
@@ -120,7 +124,7 @@ TEST_F(ChartMarkerTest, PointInfoMarkerDrawsCentredOnItsDataPoint) {
   port = windowPort(160, 160);
   chart.draw(port, &zoom, nullptr);
   image = read(port);
-  EXPECT_EQ(extentOf(image, kBlue), QelRect(57, 77, 7, 7));
+  EXPECT_EQ(extentOf(image, kBlue), QelRect(56, 77, 8, 7));
   EXPECT_EQ(image.at(60, 80), kBlue);
 }
 
