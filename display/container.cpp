@@ -27,7 +27,9 @@ constexpr int32_t kRedrawMargin = 2;
 // character, and held buttons do not matter to a key.
 constexpr uint16_t kAcceleratorModifiers = QelCtrlModifier | QelMetaModifier | QelMnemonicModifier;
 
-bool goesToObjects(int type) {
+// Key and button events: the ones objects receive, and the only ones whose button field holds a
+// key or button.
+bool isKeyOrButtonEvent(int type) {
   switch (type) {
     case QelKeyUp:
     case QelKeyDown:
@@ -230,17 +232,14 @@ void QelContainer::handleInput(QelEvent& event) {
 }
 
 int QelContainer::dispatchToObjects(QelEvent& event) {
-  if (!goesToObjects(event.type)) return 0;
+  if (!isKeyOrButtonEvent(event.type)) return 0;
   QelGraphic* target = _pressed;
   if (event.type != QelButtonUp && event.type != QelButtonDragged) {
     QelGraphic* found = lastContains(QelPoint(event.x, event.y));
-    // Double and multi clicks are presses too: the second click of a double click on another
-    // object makes that object the pressed one.
-    bool press =
-        event.type == QelButtonDown || event.type == QelDoubleClick || event.type == QelMultiClick;
-    bool plainPress = press && (event.modifiers & 0xf) == 0;
-    if (plainPress) _pressed = found;
-    target = plainPress || !_pressed ? found : _pressed;
+    // Only a plain button down picks a new pressed object; the second click of a double click
+    // and modified presses go on to the object pressed first.
+    if (event.type == QelButtonDown && (event.modifiers & 0xf) == 0) _pressed = found;
+    target = _pressed ? _pressed : found;
   }
   return handleEvent(target, event);
 }
@@ -274,8 +273,9 @@ void QelContainer::removeAccelerator(int type, uint16_t key, uint16_t modifiers)
 
 int QelContainer::shortCut(QelEvent& event) {
   uint16_t modifiers = event.modifiers & kAcceleratorModifiers;
+  uint16_t key = isKeyOrButtonEvent(event.type) ? event.button : 0;
   for (const Accelerator& a : _accelerators)
-    if (a.type == event.type && a.key == event.button && a.modifiers == modifiers) {
+    if (a.type == event.type && a.key == key && a.modifiers == modifiers) {
       a.action(this, event, a.userArg);
       return 1;
     }

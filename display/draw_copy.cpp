@@ -118,10 +118,6 @@ Pixmap transparencyMask(const QelPort* source) {
   return bitmap->depth() == 1 ? bitmap->getDrawable() : 0;
 }
 
-bool canDraw(const QelDisplay* display, const QelPort* port, const QelPalette* palette) {
-  return display->getXDisplay() && port->getDrawable() && palette->getGC();
-}
-
 // Clears a rectangle of a port to its background: a window's own, or for a bitmap the default
 // palette's background colour (0 in a depth-1 bitmap), filled with a GC of its own so that no
 // palette's clip, pattern or mode gets in the way.
@@ -162,7 +158,7 @@ void QelDisplay::copyArea(QelPort* destination, const QelPalette* palette, QelPo
   QelTraceDrawing("copyArea", destination, "%p %d %d %u %u %d %d", static_cast<void*>(source),
                   rect.x, rect.y, rect.w, rect.h, to.x, to.y);
   Copy c;
-  if (!canDraw(this, destination, palette) || !source->getDrawable() ||
+  if (!QelCanDraw(this, destination, palette) || !source->getDrawable() ||
       !cutCopy(destination, source, rect, to, c))
     return;
   QelDrawingScope scope(this, destination);
@@ -177,7 +173,7 @@ void QelDisplay::copyTransparentArea(QelPort* destination, const QelPalette* pal
   QelTraceDrawing("copyTransparentArea", destination, "%p %d %d %u %u %d %d",
                   static_cast<void*>(source), rect.x, rect.y, rect.w, rect.h, to.x, to.y);
   Copy c;
-  if (!canDraw(this, destination, palette) || !source->getDrawable() ||
+  if (!QelCanDraw(this, destination, palette) || !source->getDrawable() ||
       !cutCopy(destination, source, rect, to, c))
     return;
   QelDrawingScope scope(this, destination);
@@ -189,24 +185,20 @@ void QelDisplay::copyTransparentArea(QelPort* destination, const QelPalette* pal
 
 void QelDisplay::clearArea(QelPort* port, const QelRect& rect, int reDraw) const {
   if (!port) return;
-  if (_dumpDevice) return _dumpDevice->clearArea(port, rect);
+  if (_dumpDevice) return _dumpDevice->clearArea(port, rect, reDraw);
   QelTraceDrawing("clearArea", port, "%d %d %u %u", rect.x, rect.y, rect.w, rect.h);
-  if (!_xDisplay || !port->getDrawable()) return;
+  if (!QelCanDraw(this, port, nullptr)) return;
   QelDrawingScope scope(this, port);
   clearRect(this, port, rect, reDraw);
 }
 
 void QelDisplay::clearArea(QelPort* port, const QelRegion& region, int reDraw) const {
   if (!port) return;
-  if (_dumpDevice) {
-    for (uint16_t i = 0; i < region.getCount(); ++i)
-      _dumpDevice->clearArea(port, region.getRect(i));
-    return;
-  }
+  if (_dumpDevice) return _dumpDevice->clearArea(port, region, reDraw);
   const QelRect& box = region.getBBox();
   QelTraceDrawing("clearArea", port, "%u [%d %d %u %u]", unsigned(region.getCount()), box.x, box.y,
                   box.w, box.h);
-  if (!_xDisplay || !port->getDrawable()) return;
+  if (!QelCanDraw(this, port, nullptr)) return;
   QelDrawingScope scope(this, port);
   for (uint16_t i = 0; i < region.getCount(); ++i) clearRect(this, port, region.getRect(i), reDraw);
 }
@@ -220,7 +212,7 @@ void QelDisplay::drawBitmap(QelPort* port, const QelPalette* palette, const QelB
   // The bitmap's top-left corner goes to the rectangle's, and it is cut to the rectangle.
   QelRect from(0, 0, std::min(rect.w, bitmap->width()), std::min(rect.h, bitmap->height()));
   Copy c;
-  if (!canDraw(this, port, palette) || !bitmap->isValid() ||
+  if (!QelCanDraw(this, port, palette) || !bitmap->isValid() ||
       !cutCopy(port, bitmap, from, QelPoint(rect.x, rect.y), c))
     return;
   QelDrawingScope scope(this, port);

@@ -1,22 +1,18 @@
 // Relief and symbol drawing for gadgets and charts: bevelled frames, etched lines, arrow heads
-// and markers. Each is composed of the basic operations, so a dump device receives the figures
-// they are made of.
+// and markers, each composed of the basic operations. A dump device receives the figure itself.
 #include <algorithm>
 #include <cstdint>
 #include <vector>
 
 #include "display/display.h"
 #include "display/drawing_scope.h"
+#include "display/dump_device.h"
 #include "display/port.h"
 
 namespace {
 
-int32_t clamp32(int64_t v) {
-  return int32_t(std::clamp<int64_t>(v, INT32_MIN, INT32_MAX));
-}
-
 QelRect rectAt(int64_t x, int64_t y, int64_t w, int64_t h) {
-  return QelRect(clamp32(x), clamp32(y), uint32_t(std::max<int64_t>(w, 0)),
+  return QelRect(QelClampToInt32(x), QelClampToInt32(y), uint32_t(std::max<int64_t>(w, 0)),
                  uint32_t(std::max<int64_t>(h, 0)));
 }
 
@@ -25,6 +21,7 @@ QelRect rectAt(int64_t x, int64_t y, int64_t w, int64_t h) {
 void QelDisplay::drawShadowRectangle(QelPort* port, const QelPalette* top, const QelPalette* bottom,
                                      const QelRect& rect, uint16_t thickness) const {
   if (!port || !top || !bottom) return;
+  if (_dumpDevice) return _dumpDevice->drawShadowRectangle(port, top, bottom, rect, thickness);
   QelTraceDrawing("drawShadowRectangle", port, "%d %d %u %u %u", rect.x, rect.y, rect.w, rect.h,
                   unsigned(thickness));
   int64_t x = rect.x, y = rect.y, w = rect.w, h = rect.h;
@@ -44,6 +41,8 @@ void QelDisplay::drawReliefRectangle(QelPort* port, const QelPalette* face, cons
                                      const QelPalette* bottom, const QelRect& rect,
                                      uint16_t thickness) const {
   if (!port || !top || !bottom) return;
+  if (_dumpDevice)
+    return _dumpDevice->drawReliefRectangle(port, face, top, bottom, rect, thickness);
   QelTraceDrawing("drawReliefRectangle", port, "%d %d %u %u %u", rect.x, rect.y, rect.w, rect.h,
                   unsigned(thickness));
   int64_t t = std::min<int64_t>(thickness, std::min(rect.w, rect.h) / 2);
@@ -59,6 +58,8 @@ void QelDisplay::drawReliefPolyline(QelPort* port, const QelPalette* top, const 
                                     uint32_t count, const QelPoint* points,
                                     uint16_t thickness) const {
   if (!port || !top || !bottom || !points || count < 2) return;
+  if (_dumpDevice)
+    return _dumpDevice->drawReliefPolyline(port, top, bottom, count, points, thickness);
   QelTraceDrawing("drawReliefPolyline", port, "%u %d %d %u", count, points[0].x, points[0].y,
                   unsigned(thickness));
   // A ridge: the lit half of the layers up and to the left of the line, the shaded half below
@@ -69,7 +70,7 @@ void QelDisplay::drawReliefPolyline(QelPort* port, const QelPalette* top, const 
   for (int offset = 1 - lit; offset <= shaded; ++offset) {
     for (uint32_t i = 0; i < count; ++i)
       layer[i] =
-          QelPoint(clamp32(int64_t(points[i].x) + offset), clamp32(int64_t(points[i].y) + offset));
+          QelPoint(QelClampToInt32(int64_t(points[i].x) + offset), QelClampToInt32(int64_t(points[i].y) + offset));
     drawPolyLine(port, offset <= 0 ? top : bottom, count, layer.data());
   }
 }
@@ -77,10 +78,11 @@ void QelDisplay::drawReliefPolyline(QelPort* port, const QelPalette* top, const 
 void QelDisplay::drawArrow(QelPort* port, const QelPalette* palette, const QelRect& rect,
                            unsigned int direction) const {
   if (!port || !palette || rect.isEmpty()) return;
+  if (_dumpDevice) return _dumpDevice->drawArrow(port, palette, rect, direction);
   QelTraceDrawing("drawArrow", port, "%d %d %u %u %u", rect.x, rect.y, rect.w, rect.h, direction);
   int64_t x0 = rect.x, y0 = rect.y, x1 = rect.right64(), y1 = rect.bottom64();
   int64_t cx = x0 + rect.w / 2, cy = y0 + rect.h / 2;
-  auto at = [](int64_t px, int64_t py) { return QelPoint(clamp32(px), clamp32(py)); };
+  auto at = [](int64_t px, int64_t py) { return QelPoint(QelClampToInt32(px), QelClampToInt32(py)); };
   QelPoint head[3];
   switch (direction) {
     case QelRight:
@@ -104,10 +106,11 @@ void QelDisplay::drawArrow(QelPort* port, const QelPalette* palette, const QelRe
 void QelDisplay::drawMarker(QelPort* port, const QelPalette* palette, const QelPoint& point,
                             unsigned int type, uint16_t size) const {
   if (!port || !palette || !type) return;
+  if (_dumpDevice) return _dumpDevice->drawMarker(port, palette, point, type, size);
   QelTraceDrawing("drawMarker", port, "%d %d %u %u", point.x, point.y, type, unsigned(size));
   const int64_t x = point.x, y = point.y, s = size;
-  const int32_t left = clamp32(x - s), right = clamp32(x + s);
-  const int32_t above = clamp32(y - s), below = clamp32(y + s);
+  const int32_t left = QelClampToInt32(x - s), right = QelClampToInt32(x + s);
+  const int32_t above = QelClampToInt32(y - s), below = QelClampToInt32(y + s);
   const QelRect box = rectAt(x - s, y - s, 2 * s, 2 * s);
   // One session around all the figures, however many bits are set.
   QelDrawingScope scope(this, port);

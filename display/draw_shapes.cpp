@@ -25,10 +25,6 @@ constexpr int64_t kXMin = -32768, kXMax = 32767;
 constexpr int kFullCircle = 360 * 64;
 constexpr double kPi = 3.14159265358979323846;
 
-int32_t clamp32(int64_t v) {
-  return int32_t(std::clamp<int64_t>(v, INT32_MIN, INT32_MAX));
-}
-
 bool fits16(int64_t v) {
   return v >= kXMin && v <= kXMax;
 }
@@ -180,11 +176,11 @@ void clipPass(const Buffer<QelPoint>& in, Buffer<QelPoint>& out, bool vertical, 
     if (vertical) {
       int64_t y = p.y + roundedQuotient(__int128(int64_t(edge) - p.x) * (int64_t(q.y) - p.y),
                                         int64_t(q.x) - p.x);
-      out.push(QelPoint(edge, clamp32(y)));
+      out.push(QelPoint(edge, QelClampToInt32(y)));
     } else {
       int64_t x = p.x + roundedQuotient(__int128(int64_t(edge) - p.y) * (int64_t(q.x) - p.x),
                                         int64_t(q.y) - p.y);
-      out.push(QelPoint(clamp32(x), edge));
+      out.push(QelPoint(QelClampToInt32(x), edge));
     }
   }
 }
@@ -213,10 +209,6 @@ void fillPolygon(Display* x, Drawable drawable, GC gc, const QelPort* port, uint
   XFillPolygon(x, drawable, gc, xpoints.data(), int(xpoints.size()), Complex, CoordModeOrigin);
 }
 
-bool canDraw(const QelDisplay* display, const QelPort* port, const QelPalette* palette) {
-  return display->getXDisplay() && port->getDrawable() && palette->getGC();
-}
-
 int fillShape(int convex) {
   return convex ? Convex : Complex;
 }
@@ -239,7 +231,7 @@ void flattenArc(int64_t x, int64_t y, int64_t w, int64_t h, int start, int exten
   for (int i = 0; i <= n; ++i) {
     double a = first + sweep * i / n, c = std::cos(a), s = std::sin(a);
     double r = (rx > 0 && ry > 0) ? 1 / std::sqrt(c * c / (rx * rx) + s * s / (ry * ry)) : 0;
-    out.push(QelPoint(clamp32(std::llround(cx + r * c)), clamp32(std::llround(cy - r * s))));
+    out.push(QelPoint(QelClampToInt32(std::llround(cx + r * c)), QelClampToInt32(std::llround(cy - r * s))));
   }
 }
 
@@ -269,7 +261,7 @@ void fillArcX(Display* xd, Drawable drawable, GC gc, const QelPort* port, bool p
   Buffer<QelPoint> points;
   flattenArc(x, y, w, h, start, extent, points);
   if (pie && std::abs(extent) < kFullCircle)
-    points.push(QelPoint(clamp32(x + w / 2), clamp32(y + h / 2)));
+    points.push(QelPoint(QelClampToInt32(x + w / 2), QelClampToInt32(y + h / 2)));
   fillPolygon(xd, drawable, gc, port, uint32_t(points.size()), points.data(), Complex);
 }
 
@@ -288,8 +280,8 @@ void flattenBezier(uint32_t count, const QelPoint* p, Buffer<QelPoint>& out) {
     for (int k = 1; k <= n; ++k) {
       double t = double(k) / n, u = 1 - t;
       double a = u * u * u, b = 3 * u * u * t, c = 3 * u * t * t, e = t * t * t;
-      out.push(QelPoint(clamp32(std::llround(a * x[0] + b * x[1] + c * x[2] + e * x[3])),
-                        clamp32(std::llround(a * y[0] + b * y[1] + c * y[2] + e * y[3]))));
+      out.push(QelPoint(QelClampToInt32(std::llround(a * x[0] + b * x[1] + c * x[2] + e * x[3])),
+                        QelClampToInt32(std::llround(a * y[0] + b * y[1] + c * y[2] + e * y[3]))));
     }
   }
 }
@@ -301,7 +293,7 @@ std::vector<QelPoint> absolutePoints(const QelPoint& start, uint32_t count,
   points[0] = start;
   int64_t x = start.x, y = start.y;
   for (uint32_t i = 0; i < count; ++i) {
-    x = clamp32(x + deltas[i].x), y = clamp32(y + deltas[i].y);
+    x = QelClampToInt32(x + deltas[i].x), y = QelClampToInt32(y + deltas[i].y);
     points[i + 1] = QelPoint(int32_t(x), int32_t(y));
   }
   return points;
@@ -323,7 +315,7 @@ void QelDisplay::drawPoint(QelPort* port, const QelPalette* palette, const QelPo
   if (!port || !palette) return;
   if (_dumpDevice) return _dumpDevice->drawPoint(port, palette, p);
   QelTraceDrawing("drawPoint", port, "%d %d", p.x, p.y);
-  if (!canDraw(this, port, palette)) return;
+  if (!QelCanDraw(this, port, palette)) return;
   // Points outside the port are invisible, and might not fit in 16 bits.
   if (!portBox(port, 1).contains(p)) return;
   QelDrawingScope scope(this, port);
@@ -335,7 +327,7 @@ void QelDisplay::drawPoints(QelPort* port, const QelPalette* palette, uint32_t c
   if (!port || !palette || !points || !count) return;
   if (_dumpDevice) return _dumpDevice->drawPoints(port, palette, count, points);
   QelTraceDrawing("drawPoints", port, "%u %d %d", count, points[0].x, points[0].y);
-  if (!canDraw(this, port, palette)) return;
+  if (!QelCanDraw(this, port, palette)) return;
   Box box = portBox(port, 1);
   Buffer<XPoint> visible;
   for (uint32_t i = 0; i < count; ++i)
@@ -351,7 +343,7 @@ void QelDisplay::drawLine(QelPort* port, const QelPalette* palette, const QelPoi
   if (!port || !palette) return;
   if (_dumpDevice) return _dumpDevice->drawLine(port, palette, from, to);
   QelTraceDrawing("drawLine", port, "%d %d %d %d", from.x, from.y, to.x, to.y);
-  if (!canDraw(this, port, palette)) return;
+  if (!QelCanDraw(this, port, palette)) return;
   QelDrawingScope scope(this, port);
   strokeLine(Pen(this, port, palette), from, to);
 }
@@ -362,7 +354,7 @@ void QelDisplay::drawSegments(QelPort* port, const QelPalette* palette, uint32_t
   if (_dumpDevice) return _dumpDevice->drawSegments(port, palette, count, from, to);
   QelTraceDrawing("drawSegments", port, "%u %d %d %d %d", count, from[0].x, from[0].y, to[0].x,
                   to[0].y);
-  if (!canDraw(this, port, palette)) return;
+  if (!QelCanDraw(this, port, palette)) return;
   Pen pen(this, port, palette);
   Buffer<XSegment> segments;
   for (uint32_t i = 0; i < count; ++i) {
@@ -379,7 +371,7 @@ void QelDisplay::drawPolyLine(QelPort* port, const QelPalette* palette, uint32_t
   if (!port || !palette || !points || !count) return;
   if (_dumpDevice) return _dumpDevice->drawPolyLine(port, palette, count, points);
   QelTraceDrawing("drawPolyLine", port, "%u %d %d", count, points[0].x, points[0].y);
-  if (!canDraw(this, port, palette)) return;
+  if (!QelCanDraw(this, port, palette)) return;
   QelDrawingScope scope(this, port);
   strokePolyline(Pen(this, port, palette), count, points, false);
 }
@@ -387,6 +379,7 @@ void QelDisplay::drawPolyLine(QelPort* port, const QelPalette* palette, uint32_t
 void QelDisplay::drawPolyLine(QelPort* port, const QelPalette* palette, const QelPoint& start,
                               uint32_t count, const QelPoint* deltas) const {
   if (!port || !palette || !deltas || !count) return;
+  if (_dumpDevice) return _dumpDevice->drawPolyLine(port, palette, start, count, deltas);
   std::vector<QelPoint> points = absolutePoints(start, count, deltas);
   drawPolyLine(port, palette, uint32_t(points.size()), points.data());
 }
@@ -396,7 +389,7 @@ void QelDisplay::fillPolyLine(QelPort* port, const QelPalette* palette, uint32_t
   if (!port || !palette || !points || !count) return;
   if (_dumpDevice) return _dumpDevice->fillPolyLine(port, palette, count, points, convex);
   QelTraceDrawing("fillPolyLine", port, "%u %d %d", count, points[0].x, points[0].y);
-  if (!canDraw(this, port, palette)) return;
+  if (!QelCanDraw(this, port, palette)) return;
   QelDrawingScope scope(this, port);
   fillPolygon(_xDisplay, port->getDrawable(), palette->getGC(), port, count, points,
               fillShape(convex));
@@ -405,6 +398,7 @@ void QelDisplay::fillPolyLine(QelPort* port, const QelPalette* palette, uint32_t
 void QelDisplay::fillPolyLine(QelPort* port, const QelPalette* palette, const QelPoint& start,
                               uint32_t count, const QelPoint* deltas, int convex) const {
   if (!port || !palette || !deltas || !count) return;
+  if (_dumpDevice) return _dumpDevice->fillPolyLine(port, palette, start, count, deltas, convex);
   std::vector<QelPoint> points = absolutePoints(start, count, deltas);
   fillPolyLine(port, palette, uint32_t(points.size()), points.data(), convex);
 }
@@ -414,7 +408,7 @@ void QelDisplay::drawRectangle(QelPort* port, const QelPalette* palette,
   if (!port || !palette) return;
   if (_dumpDevice) return _dumpDevice->drawRectangle(port, palette, rect);
   QelTraceDrawing("drawRectangle", port, "%d %d %u %u", rect.x, rect.y, rect.w, rect.h);
-  if (!canDraw(this, port, palette)) return;
+  if (!QelCanDraw(this, port, palette)) return;
   Pen pen(this, port, palette);
   int64_t x0, y0, x1, y1;
   outlineEdges(rect, x0, y0, x1, y1);
@@ -448,7 +442,7 @@ void QelDisplay::fillRectangle(QelPort* port, const QelPalette* palette,
   if (!port || !palette) return;
   if (_dumpDevice) return _dumpDevice->fillRectangle(port, palette, rect);
   QelTraceDrawing("fillRectangle", port, "%d %d %u %u", rect.x, rect.y, rect.w, rect.h);
-  if (!canDraw(this, port, palette) || rect.isEmpty()) return;
+  if (!QelCanDraw(this, port, palette) || rect.isEmpty()) return;
   QelDrawingScope scope(this, port);
   fillBox(_xDisplay, port->getDrawable(), palette->getGC(), port, rect.x, rect.y, rect.right64(),
           rect.bottom64());
@@ -460,7 +454,7 @@ void QelDisplay::drawRoundRectangle(QelPort* port, const QelPalette* palette, co
   if (_dumpDevice) return _dumpDevice->drawRoundRectangle(port, palette, rect, radius);
   QelTraceDrawing("drawRoundRectangle", port, "%d %d %u %u %u", rect.x, rect.y, rect.w, rect.h,
                   unsigned(radius));
-  if (!canDraw(this, port, palette)) return;
+  if (!QelCanDraw(this, port, palette)) return;
   int64_t x0, y0, x1, y1;
   outlineEdges(rect, x0, y0, x1, y1);
   // The corners may take at most half of the smaller side.
@@ -474,7 +468,7 @@ void QelDisplay::drawRoundRectangle(QelPort* port, const QelPalette* palette, co
   strokeArc(pen, x0, y1 - d, d, d, 180 * 64, 90 * 64);
   strokeArc(pen, x1 - d, y1 - d, d, d, 270 * 64, 90 * 64);
   auto line = [&](int64_t ax, int64_t ay, int64_t bx, int64_t by) {
-    strokeLine(pen, QelPoint(clamp32(ax), clamp32(ay)), QelPoint(clamp32(bx), clamp32(by)));
+    strokeLine(pen, QelPoint(QelClampToInt32(ax), QelClampToInt32(ay)), QelPoint(QelClampToInt32(bx), QelClampToInt32(by)));
   };
   line(x0 + r, y0, x1 - r, y0);
   line(x0 + r, y1, x1 - r, y1);
@@ -488,7 +482,7 @@ void QelDisplay::fillRoundRectangle(QelPort* port, const QelPalette* palette, co
   if (_dumpDevice) return _dumpDevice->fillRoundRectangle(port, palette, rect, radius);
   QelTraceDrawing("fillRoundRectangle", port, "%d %d %u %u %u", rect.x, rect.y, rect.w, rect.h,
                   unsigned(radius));
-  if (!canDraw(this, port, palette) || rect.isEmpty()) return;
+  if (!QelCanDraw(this, port, palette) || rect.isEmpty()) return;
   int64_t r = std::min<int64_t>(radius, std::min(rect.w, rect.h) / 2), d = 2 * r;
   if (!r) return fillRectangle(port, palette, rect);
   int64_t x0 = rect.x, y0 = rect.y, x1 = rect.right64(), y1 = rect.bottom64();
@@ -516,7 +510,7 @@ void QelDisplay::drawArc(QelPort* port, const QelPalette* palette, const QelRect
   if (_dumpDevice) return _dumpDevice->drawArc(port, palette, rect, start, delta);
   QelTraceDrawing("drawArc", port, "%d %d %u %u %g %g", rect.x, rect.y, rect.w, rect.h,
                   double(start), double(delta));
-  if (!canDraw(this, port, palette) || rect.w >= 65536 || rect.h >= 65536) return;
+  if (!QelCanDraw(this, port, palette) || rect.w >= 65536 || rect.h >= 65536) return;
   Pen pen(this, port, palette);
   // An outline covers w by h pixels, like a rectangle's.
   int64_t w = rect.w ? rect.w - 1 : 0, h = rect.h ? rect.h - 1 : 0;
@@ -530,7 +524,7 @@ void QelDisplay::fillArc(QelPort* port, const QelPalette* palette, const QelRect
   if (_dumpDevice) return _dumpDevice->fillArc(port, palette, rect, start, delta);
   QelTraceDrawing("fillArc", port, "%d %d %u %u %g %g", rect.x, rect.y, rect.w, rect.h,
                   double(start), double(delta));
-  if (!canDraw(this, port, palette) || rect.w >= 65536 || rect.h >= 65536) return;
+  if (!QelCanDraw(this, port, palette) || rect.w >= 65536 || rect.h >= 65536) return;
   // X fills exactly w by h: the size goes unchanged.
   QelDrawingScope scope(this, port);
   fillArcX(_xDisplay, port->getDrawable(), palette->getGC(), port,
@@ -543,7 +537,7 @@ void QelDisplay::drawBezier(QelPort* port, const QelPalette* palette, uint32_t c
   if (!port || !palette || !points || !count) return;
   if (_dumpDevice) return _dumpDevice->drawBezier(port, palette, count, points);
   QelTraceDrawing("drawBezier", port, "%u %d %d", count, points[0].x, points[0].y);
-  if (!canDraw(this, port, palette)) return;
+  if (!QelCanDraw(this, port, palette)) return;
   Buffer<QelPoint> curve;
   flattenBezier(count, points, curve);
   QelDrawingScope scope(this, port);
@@ -555,7 +549,7 @@ void QelDisplay::drawClosedBezier(QelPort* port, const QelPalette* palette, uint
   if (!port || !palette || !points || !count) return;
   if (_dumpDevice) return _dumpDevice->drawClosedBezier(port, palette, count, points);
   QelTraceDrawing("drawClosedBezier", port, "%u %d %d", count, points[0].x, points[0].y);
-  if (!canDraw(this, port, palette)) return;
+  if (!QelCanDraw(this, port, palette)) return;
   Buffer<QelPoint> curve;
   flattenBezier(count, points, curve);
   QelDrawingScope scope(this, port);
@@ -567,7 +561,7 @@ void QelDisplay::fillBezier(QelPort* port, const QelPalette* palette, uint32_t c
   if (!port || !palette || !points || !count) return;
   if (_dumpDevice) return _dumpDevice->fillBezier(port, palette, count, points);
   QelTraceDrawing("fillBezier", port, "%u %d %d", count, points[0].x, points[0].y);
-  if (!canDraw(this, port, palette)) return;
+  if (!QelCanDraw(this, port, palette)) return;
   Buffer<QelPoint> curve;
   flattenBezier(count, points, curve);
   QelDrawingScope scope(this, port);
@@ -580,7 +574,7 @@ void QelDisplay::drawPaths(QelPort* port, const QelPalette* palette, uint32_t co
   if (!port || !palette || !paths || !count) return;
   if (_dumpDevice) return _dumpDevice->drawPaths(port, palette, count, paths);
   QelTraceDrawing("drawPaths", port, "%u", count);
-  if (!canDraw(this, port, palette)) return;
+  if (!QelCanDraw(this, port, palette)) return;
   Pen pen(this, port, palette);
   QelDrawingScope scope(this, port);
   for (uint32_t i = 0; i < count; ++i)
@@ -592,7 +586,7 @@ void QelDisplay::fillPaths(QelPort* port, const QelPalette* palette, uint32_t co
   if (!port || !palette || !paths || !count) return;
   if (_dumpDevice) return _dumpDevice->fillPaths(port, palette, count, paths);
   QelTraceDrawing("fillPaths", port, "%u", count);
-  if (!canDraw(this, port, palette)) return;
+  if (!QelCanDraw(this, port, palette)) return;
   QelDrawingScope scope(this, port);
   for (uint32_t i = 0; i < count; ++i)
     if (paths[i].getPoints())

@@ -28,25 +28,22 @@ constexpr int64_t kInkMargin = 256;
 // The protocol's limit of characters in one image-text request.
 constexpr int kImageTextChunk = 255;
 
-// -1 measures up to the terminator; any other negative length means nothing.
+// -1 measures up to the terminator; any other negative length means nothing. A length never
+// reaches past the terminator, so a short string with a long length is only read as far as it
+// goes.
 template <typename Char>
 int resolveLength(const Char* text, int length) {
   if (!text || length < -1) return 0;
-  if (length >= 0) return length;
+  size_t limit = length == -1 ? size_t(INT_MAX) : size_t(length);
   size_t n = 0;
-  while (text[n] && n < size_t(INT_MAX)) ++n;
+  while (n < limit && text[n]) ++n;
   return int(n);
-}
-
-int32_t saturate(int64_t v) {
-  return int32_t(std::clamp<int64_t>(v, INT32_MIN, INT32_MAX));
 }
 
 // The font a palette draws text with, when X has it.
 const QelFont* usableFont(const QelDisplay* display, const QelPort* port,
                           const QelPalette* palette) {
-  if (!display->getXDisplay() || !port || !port->getDrawable() || !palette || !palette->getGC())
-    return nullptr;
+  if (!port || !palette || !QelCanDraw(display, port, palette)) return nullptr;
   const QelFont* font = palette->getFont();
   return font && font->isValid() ? font : nullptr;
 }
@@ -289,6 +286,8 @@ void QelDisplay::drawIWChar(QelPort* port, const QelPalette* palette, const QelP
 void QelDisplay::drawTransformedString(QelPort* port, const QelPalette* palette,
                                        const QelPoint& point, const char* text, int length,
                                        const QelTransformer* t) const {
+  if (!port || !palette || !text) return;
+  if (_dumpDevice) return _dumpDevice->drawTransformedString(port, palette, point, text, length, t);
   QelPoint mapped = point;
   if (t) t->apply(mapped);
   drawString(port, palette, mapped, text, length, 0);
@@ -296,11 +295,12 @@ void QelDisplay::drawTransformedString(QelPort* port, const QelPalette* palette,
 
 // Each line is placed on its own: left, right or centred in the rectangle (centred without a
 // horizontal bit); the block of lines at the top, the bottom or centred (without a vertical
-// bit). The parts are drawn through drawString and fillRectangle, so a dump device sees them.
+// bit).
 void QelDisplay::drawLabel(QelPort* port, const QelPalette* palette, const char* label,
                            const QelRect& rect, unsigned int position) const {
-  if (!port || !palette || !palette->getFont() || !label || !*label) return;
-  if (!_dumpDevice && !usableFont(this, port, palette)) return;
+  if (!port || !palette || !label || !*label) return;
+  if (_dumpDevice) return _dumpDevice->drawLabel(port, palette, label, rect, position);
+  if (!usableFont(this, port, palette)) return;
   QelTraceDrawing("drawLabel", port, "%d %d %u %u %u", rect.x, rect.y, rect.w, rect.h, position);
   const QelFont* font = palette->getFont();
   std::vector<LabelLine> lines = splitLabel(label);
@@ -325,7 +325,7 @@ void QelDisplay::drawLabel(QelPort* port, const QelPalette* palette, const char*
     else if (position & QelRight)
       x = rect.right64() - width;
     int64_t baseline = top + int64_t(i) * lineHeight + font->ascent();
-    drawString(port, palette, QelPoint(saturate(x), saturate(baseline)), line.text.c_str(), length,
+    drawString(port, palette, QelPoint(QelClampToInt32(x), QelClampToInt32(baseline)), line.text.c_str(), length,
                0);
     if (line.mnemonic < 0) continue;
     const char* mark = line.text.c_str() + line.mnemonic;
@@ -333,7 +333,7 @@ void QelDisplay::drawLabel(QelPort* port, const QelPalette* palette, const char*
     int64_t ux = x + font->textWidth(line.text.c_str(), line.mnemonic);
     int64_t row = baseline + (font->descent() >= 2 ? 1 : 0);
     int32_t uw = font->textWidth(mark, bytes);
-    if (uw > 0) fillRectangle(port, palette, QelRect(saturate(ux), saturate(row), uint32_t(uw), 1));
+    if (uw > 0) fillRectangle(port, palette, QelRect(QelClampToInt32(ux), QelClampToInt32(row), uint32_t(uw), 1));
   }
 }
 

@@ -3,6 +3,7 @@
 #pragma once
 
 #include "display/display.h"
+#include "display/port.h"
 
 class QelDrawingScope {
  public:
@@ -24,6 +25,13 @@ class QelDrawingScope {
   const QelDisplay* _display;
   bool _opened = false;
 };
+
+// Whether X can carry out a drawing operation: a connection, and the port's drawable and the
+// palette's graphics context when they are given.
+inline bool QelCanDraw(const QelDisplay* display, const QelPort* port, const QelPalette* palette) {
+  return display->getXDisplay() && (!port || port->getDrawable()) &&
+         (!palette || palette->getGC());
+}
 
 // With the trace switch on, prints "OPERATION PORT " and the formatted geometry on standard
 // output, then flushes. Does nothing when the switch is off.

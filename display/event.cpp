@@ -14,7 +14,8 @@ uint16_t buttonBit(unsigned int xButton) {
 }
 
 uint16_t translateState(unsigned int state) {
-  uint16_t modifiers = state & (ShiftMask | LockMask | ControlMask);
+  uint16_t modifiers = state & (ShiftMask | ControlMask);
+  if (state & LockMask) modifiers |= QelLockModifier;
   if (state & Mod4Mask) modifiers |= QelMetaModifier;
   if (state & Mod1Mask) modifiers |= QelMnemonicModifier;
   if (state & Button1Mask) modifiers |= QelLeftButtonModifier;

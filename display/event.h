@@ -57,12 +57,12 @@ enum QelKeyCode : uint16_t {
 };
 
 // Bits of QelEvent::modifiers. The low four are the keyboard modifiers that interactors test
-// together (modifiers & 0xf); the buttons held sit above them; Alt (X Mod1) is the mnemonic
-// modifier. Num Lock (Mod2) and the other X modifiers are left out so that a lock key left on
-// changes no binding.
+// together (modifiers & 0xf), and a press with any of them is a "modified" one; the buttons held
+// sit above them; Alt (X Mod1) is the mnemonic modifier. Caps Lock sits above the low four so
+// that a click with it left on is a plain click; Num Lock (Mod2) and the other X modifiers are
+// left out so that a lock key left on changes no binding.
 enum QelModifier : uint16_t {
   QelShiftModifier = 0x0001,  // X Shift
-  QelLockModifier = 0x0002,   // X Lock (Caps Lock)
   QelCtrlModifier = 0x0004,   // X Control
   QelMetaModifier = 0x0008,   // X Mod4 (the logo key)
   QelLeftButtonModifier = 0x0100,
@@ -70,6 +70,7 @@ enum QelModifier : uint16_t {
   QelRightButtonModifier = 0x0400,
   QelMnemonicModifier = 0x0800,  // X Mod1 (Alt)
   QelButton4Modifier = 0x1000,
+  QelLockModifier = 0x2000,  // X Lock (Caps Lock)
 };
 
 struct QelEvent {

@@ -5,6 +5,7 @@
 
 #include "display/color.h"
 #include "display/display.h"
+#include "display/drawing_scope.h"
 #include "display/dump_device.h"
 #include "display/font.h"
 #include "display/line_style.h"
@@ -13,10 +14,6 @@
 #include "graphics/region.h"
 
 namespace {
-
-bool usable(const QelDisplay* display, const QelPalette* palette) {
-  return display->getXDisplay() && palette && palette->getGC();
-}
 
 // X clip rectangles are 16-bit: a member is cut to what X can express, and one that is empty
 // (or wholly beyond that range) is left out.
@@ -34,23 +31,23 @@ bool toXRectangle(const QelRect& r, XRectangle& out) {
 }  // namespace
 
 void QelDisplay::setForeground(const QelPalette* palette, const QelColor* color) const {
-  if (usable(this, palette) && color)
+  if (palette && QelCanDraw(this, nullptr, palette) && color)
     XSetForeground(_xDisplay, palette->getGC(), color->getIndex());
 }
 
 void QelDisplay::setBackground(const QelPalette* palette, const QelColor* color) const {
-  if (usable(this, palette) && color)
+  if (palette && QelCanDraw(this, nullptr, palette) && color)
     XSetBackground(_xDisplay, palette->getGC(), color->getIndex());
 }
 
 void QelDisplay::setFont(const QelPalette* palette, const QelFont* font) const {
-  if (usable(this, palette) && font && !font->isFontSet() && font->getXFontStruct())
+  if (palette && QelCanDraw(this, nullptr, palette) && font && !font->isFontSet() && font->getXFontStruct())
     XSetFont(_xDisplay, palette->getGC(), font->getXFontStruct()->fid);
 }
 
 void QelDisplay::setLineStyle(const QelPalette* palette, const QelLineStyle* style,
                               uint16_t width) const {
-  if (!usable(this, palette)) return;
+  if (!palette || !QelCanDraw(this, nullptr, palette)) return;
   bool solid = !style || style->isSolid();
   XSetLineAttributes(_xDisplay, palette->getGC(), width, solid ? LineSolid : LineOnOffDash, CapButt,
                      JoinMiter);
@@ -60,55 +57,56 @@ void QelDisplay::setLineStyle(const QelPalette* palette, const QelLineStyle* sty
 }
 
 void QelDisplay::setPattern(const QelPalette* palette, const QelPattern* pattern) const {
-  if (!usable(this, palette)) return;
+  if (!palette || !QelCanDraw(this, nullptr, palette)) return;
   if (pattern && pattern->getBitmap()->isValid())
     XSetStipple(_xDisplay, palette->getGC(), pattern->getBitmap()->getPixmap());
   setFillStyle(palette, palette->getFillStyle());
 }
 
 void QelDisplay::setColorPattern(const QelPalette* palette, const QelColorPattern* pattern) const {
-  if (!usable(this, palette)) return;
+  if (!palette || !QelCanDraw(this, nullptr, palette)) return;
   if (pattern && pattern->getBitmap()->isValid())
     XSetTile(_xDisplay, palette->getGC(), pattern->getBitmap()->getPixmap());
   setFillStyle(palette, palette->getFillStyle());
 }
 
 void QelDisplay::setFillStyle(const QelPalette* palette, QelFillStyle style) const {
-  if (!usable(this, palette)) return;
+  if (!palette || !QelCanDraw(this, nullptr, palette)) return;
   QelPaletteAttributes attributes = palette->getAttributes();
   attributes.fillStyle = style;
   XSetFillStyle(_xDisplay, palette->getGC(), QelXFillStyleOf(attributes, _solidPattern));
 }
 
 void QelDisplay::setMode(const QelPalette* palette, QelDrawMode mode) const {
-  if (!usable(this, palette)) return;
+  if (!palette || !QelCanDraw(this, nullptr, palette)) return;
   XGCValues values;
   values.function = QelXFunctionOfMode(mode);
   XChangeGC(_xDisplay, palette->getGC(), GCFunction, &values);
 }
 
 void QelDisplay::setArcMode(const QelPalette* palette, QelArcMode mode) const {
-  if (usable(this, palette))
+  if (palette && QelCanDraw(this, nullptr, palette))
     XSetArcMode(_xDisplay, palette->getGC(), mode == QelArcPie ? ArcPieSlice : ArcChord);
 }
 
 void QelDisplay::setFillRule(const QelPalette* palette, QelFillRule rule) const {
-  if (usable(this, palette))
+  if (palette && QelCanDraw(this, nullptr, palette))
     XSetFillRule(_xDisplay, palette->getGC(), rule == QelEvenOddRule ? EvenOddRule : WindingRule);
 }
 
 void QelDisplay::setOverwrite(const QelPalette* palette, int overwrite) const {
-  if (usable(this, palette))
+  if (palette && QelCanDraw(this, nullptr, palette))
     XSetSubwindowMode(_xDisplay, palette->getGC(), overwrite ? IncludeInferiors : ClipByChildren);
 }
 
 void QelDisplay::setPlaneMask(const QelPalette* palette, uint32_t mask) const {
-  if (!usable(this, palette)) return;
+  if (!palette || !QelCanDraw(this, nullptr, palette)) return;
   const_cast<QelPalette*>(palette)->_planeMask = palettePlaneMask() & mask;
   XSetPlaneMask(_xDisplay, palette->getGC(), palette->getPlaneMask());
 }
 
 void QelDisplay::setClip(const QelPalette* palette, const QelRect* rect) const {
+  if (_dumpDevice) return _dumpDevice->setClip(palette, rect);
   if (!rect) {
     setClip(palette, static_cast<const QelRegion*>(nullptr));
     return;
@@ -122,7 +120,7 @@ void QelDisplay::setClip(const QelPalette* palette, const QelRegion* region) con
     _dumpDevice->setClip(palette, region);
     return;
   }
-  if (!usable(this, palette)) return;
+  if (!palette || !QelCanDraw(this, nullptr, palette)) return;
   palette->_clipMask = None;
   if (!region) {
     palette->_hasClip = false;
@@ -144,7 +142,8 @@ void QelDisplay::setClip(const QelPalette* palette, const QelRegion* region) con
 
 void QelDisplay::setClip(const QelPalette* palette, int32_t x, int32_t y,
                          const QelBitmap* mask) const {
-  if (!usable(this, palette)) return;
+  if (_dumpDevice) return _dumpDevice->setClip(palette, x, y, mask);
+  if (!palette || !QelCanDraw(this, nullptr, palette)) return;
   palette->_hasClip = mask != nullptr;
   palette->_clip.clear();
   palette->_clipMask = mask && mask->isValid() ? mask->getPixmap() : None;
@@ -153,5 +152,6 @@ void QelDisplay::setClip(const QelPalette* palette, int32_t x, int32_t y,
 }
 
 void QelDisplay::setClipOrigin(const QelPalette* palette, int32_t x, int32_t y) const {
-  if (usable(this, palette)) XSetClipOrigin(_xDisplay, palette->getGC(), x, y);
+  if (_dumpDevice) return _dumpDevice->setClipOrigin(palette, x, y);
+  if (palette && QelCanDraw(this, nullptr, palette)) XSetClipOrigin(_xDisplay, palette->getGC(), x, y);
 }

@@ -1,5 +1,7 @@
 #include "display/main_loop.h"
 
+#include <algorithm>
+#include <cstdint>
 #include <cstdlib>
 
 #include "display/display.h"
@@ -16,11 +18,18 @@ XtAppContext contextOf(const QelDisplay* display) {
 
 }  // namespace
 
+// Milliseconds in 64 bits, so long periods do not wrap; a negative period means stopped and one
+// beyond 32 bits is held at the longest.
+uint32_t QelTimer::periodOf(int seconds, int milliseconds) {
+  int64_t period = int64_t(seconds) * 1000 + milliseconds;
+  return uint32_t(std::clamp<int64_t>(period, 0, UINT32_MAX));
+}
+
 QelTimer::QelTimer(QelDisplay* display, int seconds, int milliseconds, Procedure procedure,
                    void* userArg)
     : _display(display),
       _userArg(userArg),
-      _period(uint32_t(seconds * 1000 + milliseconds)),
+      _period(periodOf(seconds, milliseconds)),
       _proc(procedure) {}
 
 QelTimer::~QelTimer() {
@@ -33,7 +42,7 @@ void QelTimer::run() {
 }
 
 void QelTimer::run(int seconds, int milliseconds) {
-  _period = uint32_t(seconds * 1000 + milliseconds);
+  _period = periodOf(seconds, milliseconds);
   run();
 }
 

@@ -14,7 +14,8 @@ class QelTimer {
  public:
   using Procedure = void (*)(QelTimer* timer, void* userArg);
 
-  // The period is seconds * 1000 + milliseconds; the timer does not start until run().
+  // The period is seconds * 1000 + milliseconds (a negative one stops the timer); the timer does
+  // not start until run().
   QelTimer(QelDisplay* display, int seconds, int milliseconds, Procedure procedure = nullptr,
            void* userArg = nullptr);
   virtual ~QelTimer();
@@ -35,6 +36,7 @@ class QelTimer {
   QelTimer& operator=(const QelTimer&) = delete;
 
  private:
+  static uint32_t periodOf(int seconds, int milliseconds);
   static void fire(XtPointer timer, XtIntervalId* id);
   void arm();
 

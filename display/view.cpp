@@ -118,13 +118,14 @@ void QelAbstractView::setBackground(QelColor* color) {
 int QelAbstractView::grab(QelCursor* cursor) {
   Display* xDisplay = getDisplay() ? getDisplay()->getXDisplay() : nullptr;
   if (!xDisplay || !getDrawable()) return 0;
-  getDisplay()->addGrab(this);
   // The pointer grab keeps events coming while the pointer is outside the application;
   // owner events let the other views see theirs, which the routing then hands over here.
   unsigned int mask = ButtonPressMask | ButtonReleaseMask | PointerMotionMask | ButtonMotionMask |
                       EnterWindowMask | LeaveWindowMask;
-  XGrabPointer(xDisplay, getDrawable(), True, mask, GrabModeAsync, GrabModeAsync, None,
-               cursor ? cursor->getXCursor() : None, CurrentTime);
+  if (XGrabPointer(xDisplay, getDrawable(), True, mask, GrabModeAsync, GrabModeAsync, None,
+                   cursor ? cursor->getXCursor() : None, CurrentTime) != GrabSuccess)
+    return 0;
+  getDisplay()->addGrab(this);
   return 1;
 }
 
@@ -144,7 +145,14 @@ int QelAbstractView::isViewable() const {
 }
 
 void QelAbstractView::setFocus() {
-  if (getDisplay()) getDisplay()->setFocusView(this);
+  QelDisplay* display = getDisplay();
+  if (!display) return;
+  display->setFocusView(this);
+  // Remembered per shell: focus coming back to the shell returns here.
+  Widget widget = display->getXDisplay() && getDrawable()
+                      ? XtWindowToWidget(display->getXDisplay(), getDrawable())
+                      : nullptr;
+  if (Widget shell = shellOf(widget)) lastFocus()[shell] = this;
 }
 
 QelClassInfo* QelAbstractView::getClassInfo() const {
@@ -407,8 +415,9 @@ bool QelView::routeKeyboard(QelEvent& event) {
       return true;
     }
     case QelKeyboardFocusOut:
+      // Only the view that held the focus loses it; with none, nobody is told.
       display->setFocusView(nullptr);
-      (focus ? focus : this)->callInput(event);
+      if (focus) focus->callInput(event);
       return true;
     case QelKeyDown:
     case QelKeyUp:
@@ -425,11 +434,6 @@ bool QelView::routeKeyboard(QelEvent& event) {
     default:
       return false;
   }
-}
-
-void QelView::setFocus() {
-  QelAbstractView::setFocus();
-  if (Widget shell = topShell()) lastFocus()[shell] = this;
 }
 
 Widget QelView::topShell() const {

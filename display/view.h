@@ -64,7 +64,7 @@ class QelAbstractView : public QelPort {
   int isMapped() const { return _mapped; }
   int isTopLevel() const { return _topLevel; }
   // Makes this the view that receives the keyboard events of its display.
-  virtual void setFocus();
+  void setFocus();
 
   static QelClassInfo* ClassInfo();
 
@@ -144,8 +144,6 @@ class QelView : public QelAbstractView {
   Widget getShell() const { return _shell; }
   const char* getName() const { return _name.c_str(); }
   const char* getTitle() const { return _title.c_str(); }
-
-  void setFocus() override;
 
   static QelClassInfo* ClassInfo();
 

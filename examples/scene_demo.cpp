@@ -72,7 +72,8 @@ class DragInteractor : public QelViewObjectInteractor {
 
  private:
   Scene& _scene;
-  QelPoint _last;  // where the pointer was at the previous press or drag
+  QelGraphic* _dragged = nullptr;  // what the last press picked
+  QelPoint _last;                  // where the pointer was at the previous press or drag
 };
 
 // The container and what the demo keeps about it: the one selection and the scene's file.
@@ -112,16 +113,21 @@ bool isPress(int type) {
   return type == QelButtonDown || type == QelDoubleClick || type == QelMultiClick;
 }
 
-int DragInteractor::handleEvent(QelGraphic* obj, QelEvent& event, QelContainer*, QelTransformer*) {
-  if (obj == _scene.selection()) obj = _scene.selection()->getObject();
+int DragInteractor::handleEvent(QelGraphic* obj, QelEvent& event, QelContainer* container,
+                                QelTransformer*) {
   if (isPress(event.type)) {
     if (event.button != QelLeftButton) return 0;
+    // The second click of a double click reaches the object pressed first: what it picks is
+    // what lies under the pointer.
+    if (event.type != QelButtonDown) obj = container->lastContains(QelPoint(event.x, event.y));
+    if (obj && obj == _scene.selection()) obj = _scene.selection()->getObject();
+    _dragged = obj;
     _scene.select(obj);
     _last = QelPoint(event.x, event.y);
     return 1;
   }
   if (event.type == QelButtonDragged && (event.modifiers & QelLeftButtonModifier)) {
-    _scene.moveBy(obj, event.x - _last.x, event.y - _last.y);
+    _scene.moveBy(_dragged, event.x - _last.x, event.y - _last.y);
     _last = QelPoint(event.x, event.y);
     return 1;
   }

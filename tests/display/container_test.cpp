@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <memory>
 #include <sstream>
 #include <vector>
@@ -149,6 +150,28 @@ TEST_F(ContainerTest, PressDragAndReleaseElsewhereAllReachThePressedObject) {
   ASSERT_TRUE(host->pumpUntil([&] { return !interactor.calls.empty(); }));
   EXPECT_EQ(container->getPressedObject(), nullptr);
   EXPECT_EQ(interactor.calls.front(), (Call{b, QelButtonDown}));
+
+  // The second click of a double click goes to the object pressed first, wherever it lands.
+  QelSetDoubleClickPeriod(60000);
+  interactor.calls.clear();
+  clickAt(30, 30);
+  clickAt(160, 110);
+  ASSERT_TRUE(host->pumpUntil([&] {
+    return std::count_if(interactor.calls.begin(), interactor.calls.end(),
+                         [](const Call& c) { return c.type == QelButtonUp; }) == 2;
+  }));
+  EXPECT_EQ(interactor.calls[2], (Call{a, QelDoubleClick}));
+  EXPECT_EQ(container->getPressedObject(), a);
+  QelSetDoubleClickPeriod(0);
+
+  // Caps Lock left on changes nothing: the press is a plain one and picks B.
+  host->type(XK_Caps_Lock);
+  interactor.calls.clear();
+  clickAt(160, 110);
+  ASSERT_TRUE(host->pumpUntil([&] { return !interactor.calls.empty(); }));
+  host->type(XK_Caps_Lock);
+  EXPECT_EQ(interactor.calls.front(), (Call{b, QelButtonDown}));
+  EXPECT_EQ(container->getPressedObject(), b);
 }
 
 TEST_F(ContainerTest, EventsNoObjectTakesFallThroughToAccelerators) {

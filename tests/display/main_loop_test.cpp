@@ -63,6 +63,20 @@ TEST_F(MainLoopTest, TimersFireEveryPeriodUntilSuspended) {
   EXPECT_EQ(fired, 3);
   timer.run(0, 0);
   EXPECT_FALSE(timer.isRunning());
+
+  // Periods are counted in 64 bits: long ones neither wrap nor overflow, negative ones stop.
+  struct Case {
+    int seconds, milliseconds;
+    uint32_t period;
+    bool running;
+  };
+  for (const Case& c : {Case{3000000, 0, 3000000000u, true}, Case{INT32_MAX, 999, UINT32_MAX, true},
+                        Case{-1, 0, 0, false}, Case{0, -5, 0, false}, Case{1, -500, 500, true}}) {
+    timer.run(c.seconds, c.milliseconds);
+    EXPECT_EQ(timer.getPeriod(), c.period) << c.seconds << " s " << c.milliseconds << " ms";
+    EXPECT_EQ(bool(timer.isRunning()), c.running) << c.seconds << " s " << c.milliseconds << " ms";
+  }
+  timer.suspend();
 }
 
 // Counts its firings and stops itself on the second, from inside doIt.

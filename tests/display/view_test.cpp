@@ -222,6 +222,15 @@ TEST_F(ViewTest, FocusLeavingAndComingBackReturnsToTheLastFocusedView) {
   ASSERT_TRUE(host->pumpUntil([&] { return right->received(QelKeyboardFocusIn); }));
   EXPECT_EQ(display->getFocusView(), right);
   EXPECT_FALSE(left->received(QelKeyboardFocusIn));
+
+  // With no focus view, a focus out is nobody's to receive.
+  host->settle();
+  display->setFocusView(nullptr);
+  right->inputs.clear();
+  XSetInputFocus(xDisplay, PointerRoot, RevertToPointerRoot, CurrentTime);
+  host->settle();
+  EXPECT_FALSE(right->received(QelKeyboardFocusOut));
+  EXPECT_FALSE(left->received(QelKeyboardFocusOut));
 }
 
 TEST_F(ViewTest, GeometryChangesReachCallResizeAndTheMappedFlagFollowsTheWidget) {
