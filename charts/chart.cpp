@@ -76,7 +76,7 @@ QelAbstractChart::QelAbstractChart(QelInputFile& file, QelPalette* palette)
     : QelSimpleGraphic(file.getDisplay(), palette) {
   std::istream& in = file.getStream();
   int64_t x = 0, y = 0;
-  if (!(in >> x >> y >> _xScale >> _yScale)) return;
+  if (!(in >> x >> y) || !QelReadFloat(in, _xScale) || !QelReadFloat(in, _yScale)) return;
   if (x != QelClampToInt32(x) || y != QelClampToInt32(y)) in.setstate(std::ios_base::failbit);
   _origin = QelPoint(int32_t(x), int32_t(y));
 }
@@ -271,7 +271,11 @@ void QelAbstractChart::adjust(const QelRect& rect) {
 }
 
 void QelAbstractChart::write(QelOutputFile& file) const {
-  file.getStream() << ' ' << _origin.x << ' ' << _origin.y << ' ' << _xScale << ' ' << _yScale;
+  std::ostream& out = file.getStream();
+  out << ' ' << _origin.x << ' ' << _origin.y << ' ';
+  QelWriteFloat(out, _xScale);
+  out << ' ';
+  QelWriteFloat(out, _yScale);
 }
 
 QelClassInfo* QelAbstractChart::getClassInfo() const {

@@ -27,6 +27,30 @@ long clampIndex(double value, long low, long high, long nanValue) {
   return long(std::clamp(value, double(low), double(high)));
 }
 
+// The extent of the finite values along one axis: NaN and the infinities have no place on an
+// axis, wherever they stand in the data. No finite value gives the range 0..0.
+class FiniteRange {
+ public:
+  void add(float v) {
+    if (!std::isfinite(v)) return;
+    _min = _any ? std::min(_min, v) : v;
+    _max = _any ? std::max(_max, v) : v;
+    _any = true;
+  }
+  float min() const { return _min; }
+  float max() const { return _max; }
+
+ private:
+  bool _any = false;
+  float _min = 0, _max = 0;
+};
+
+QelFloatRect finiteBox(const QelFloatPoint* points, unsigned long count) {
+  FiniteRange x, y;
+  for (unsigned long i = 0; i < count; ++i) x.add(points[i].x), y.add(points[i].y);
+  return QelFloatRect(x.min(), y.min(), x.max(), y.max());
+}
+
 // Reads a count of values to come, then the values one by one: a file cannot make the reader
 // allocate more than it actually holds.
 template <typename Value, typename ReadOne>
@@ -45,11 +69,17 @@ bool readValues(QelInputFile& file, std::vector<Value>& values, ReadOne readOne)
 }
 
 bool readPoint(std::istream& in, QelFloatPoint& p) {
-  return bool(in >> p.x >> p.y);
+  return QelReadFloat(in, p.x) && QelReadFloat(in, p.y);
 }
 
-bool readFloat(std::istream& in, float& value) {
-  return bool(in >> value);
+void writePoints(std::ostream& out, const QelFloatPoint* points, unsigned long count) {
+  out << count << '\n';
+  for (unsigned long i = 0; i < count; ++i) {
+    out << ' ';
+    QelWriteFloat(out, points[i].x);
+    out << ' ';
+    QelWriteFloat(out, points[i].y);
+  }
 }
 
 template <typename T>
@@ -146,15 +176,7 @@ const QelFloatPoint* QelChartData::getPoints(const QelFloatRect& rect, unsigned 
 void QelChartData::boundingBox(QelFloatRect& rect) const {
   unsigned long count = 0;
   const QelFloatPoint* points = getPoints(count);
-  rect = QelFloatRect();
-  if (!count) return;
-  rect = QelFloatRect(points[0]);
-  for (unsigned long i = 1; i < count; ++i) {
-    rect.minx = std::min(rect.minx, points[i].x);
-    rect.maxx = std::max(rect.maxx, points[i].x);
-    rect.miny = std::min(rect.miny, points[i].y);
-    rect.maxy = std::max(rect.maxy, points[i].y);
-  }
+  rect = finiteBox(points, count);
 }
 
 void QelChartData::addPointInfo(QelChartPointInfo* info) {
@@ -289,14 +311,7 @@ void QelChartDataPoints::setPoint(unsigned long index, const QelFloatPoint& poin
 }
 
 void QelChartDataPoints::computeBBox() {
-  unsigned long count = getCount();
-  _bbox = count ? QelFloatRect(_points[0]) : QelFloatRect();
-  for (unsigned long i = 1; i < count; ++i) {
-    _bbox.minx = std::min(_bbox.minx, _points[i].x);
-    _bbox.maxx = std::max(_bbox.maxx, _points[i].x);
-    _bbox.miny = std::min(_bbox.miny, _points[i].y);
-    _bbox.maxy = std::max(_bbox.maxy, _points[i].y);
-  }
+  _bbox = finiteBox(_points, getCount());
 }
 
 const QelFloatPoint* QelChartDataPoints::getPoints(unsigned long& count) const {
@@ -324,8 +339,7 @@ const QelFloatPoint* QelChartDataPoints::getPoints(const QelFloatRect& rect,
 
 void QelChartDataPoints::write(QelOutputFile& file) const {
   std::ostream& out = file.getStream();
-  out << getCount() << '\n';
-  for (unsigned long i = 0; i < getCount(); ++i) out << ' ' << _points[i].x << ' ' << _points[i].y;
+  writePoints(out, _points, getCount());
   writePointInfos(file);
 }
 
@@ -360,7 +374,7 @@ QelChartDataYPoints::QelChartDataYPoints(const QelChartDataYPoints& other) : Qel
 
 QelChartDataYPoints::QelChartDataYPoints(QelInputFile& file) : QelChartData(file) {
   std::vector<float> read;
-  if (!readValues(file, read, readFloat)) return;
+  if (!readValues(file, read, QelReadFloat)) return;
   float* values = read.empty() ? nullptr : new float[read.size()];
   std::copy(read.begin(), read.end(), values);
   setValues(read.size(), values, 1);
@@ -395,12 +409,10 @@ void QelChartDataYPoints::scroll(float value) {
 }
 
 void QelChartDataYPoints::computeRange() {
-  unsigned long count = getCount();
-  _ymin = _ymax = count ? _values[0] : 0;
-  for (unsigned long i = 1; i < count; ++i) {
-    _ymin = std::min(_ymin, _values[i]);
-    _ymax = std::max(_ymax, _values[i]);
-  }
+  FiniteRange range;
+  for (unsigned long i = 0; i < getCount(); ++i) range.add(_values[i]);
+  _ymin = range.min();
+  _ymax = range.max();
 }
 
 void QelChartDataYPoints::boundingBox(QelFloatRect& rect) const {
@@ -410,7 +422,10 @@ void QelChartDataYPoints::boundingBox(QelFloatRect& rect) const {
 void QelChartDataYPoints::write(QelOutputFile& file) const {
   std::ostream& out = file.getStream();
   out << getCount() << '\n';
-  for (unsigned long i = 0; i < getCount(); ++i) out << ' ' << _values[i];
+  for (unsigned long i = 0; i < getCount(); ++i) {
+    out << ' ';
+    QelWriteFloat(out, _values[i]);
+  }
   writePointInfos(file);
 }
 
@@ -454,8 +469,7 @@ void QelChartDataFunction::write(QelOutputFile& file) const {
   std::ostream& out = file.getStream();
   unsigned long count = 0;
   const QelFloatPoint* points = getPoints(count);
-  out << count << '\n';
-  for (unsigned long i = 0; i < count; ++i) out << ' ' << points[i].x << ' ' << points[i].y;
+  writePoints(out, points, count);
   writePointInfos(file);
 }
 

@@ -132,16 +132,23 @@ void QelContainer::insertObject(QelGraphic* obj, int index) {
 
 int QelContainer::removeObject(QelGraphic* obj, int reDraw) {
   if (!isManaged(obj)) return 0;
-  auto found = std::find(_objects.begin(), _objects.end(), obj);
   // The box is taken while the object is still here to be measured.
   QelRegion damaged(objectBox(obj), 8);
-  _objects.erase(found);
-  _members.erase(obj);
-  _hidden.erase(obj);
-  if (_pressed == obj) _pressed = nullptr;
+  forget(obj);
   if (obj->getHolder() == this) obj->setHolder(nullptr);
   if (reDraw) this->reDraw(&damaged);
   return 1;
+}
+
+void QelContainer::objectDeleted(QelGraphic* obj) {
+  if (isManaged(obj)) forget(obj);
+}
+
+void QelContainer::forget(QelGraphic* obj) {
+  _objects.erase(std::find(_objects.begin(), _objects.end(), obj));
+  _members.erase(obj);
+  _hidden.erase(obj);
+  if (_pressed == obj) _pressed = nullptr;
 }
 
 void QelContainer::swap(QelGraphic* first, QelGraphic* second) {

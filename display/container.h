@@ -55,6 +55,9 @@ class QelContainer : public QelView, public QelGraphicHolder {
 
   QelDisplay* getDisplay() const override { return QelView::getDisplay(); }
   QelGraphicCallback resolveCallback(const QelSymbol*) const override { return nullptr; }
+  // An object deleted while held leaves the container; what it drew stays until the next redraw
+  // of that place (removeObject first to have it erased).
+  void objectDeleted(QelGraphic* obj) override;
 
   void setBackground(QelColor* color) override;
   void callExpose(QelEvent& event) override;
@@ -143,6 +146,8 @@ class QelContainer : public QelView, public QelGraphicHolder {
 
   void initContainer();
   void adopt(QelGraphic* obj);
+  // Takes the object out of the list, the membership set and the pressed slot.
+  void forget(QelGraphic* obj);
   QelRect objectBox(const QelGraphic* obj) const;
   // Copies `rect` of the off-screen bitmap to the same place in the window.
   void showFromBuffer(const QelRect& rect);

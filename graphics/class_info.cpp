@@ -73,12 +73,9 @@ bool QelClassInfo::isSubtypeOf(const QelClassInfo* other) const {
 
 bool QelClassInfo::isSubtypeOf(const char* name) const {
   if (reportIfEmpty("isSubtypeOf")) return false;
+  // An unknown name is no supertype of anything; only a chain that cannot be walked is reported.
   QelClassInfo* other = name ? Get(name) : nullptr;
-  if (!other) {
-    QelWarning("QelClassInfo::isSubtypeOf: %s not properly registered", name ? name : "(null)");
-    return false;
-  }
-  return isSubtypeOf(other);
+  return other && isSubtypeOf(other);
 }
 
 QelClassInfo* QelClassInfo::Get(const char* name) {

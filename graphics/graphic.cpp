@@ -132,7 +132,10 @@ void initializeGraphicModule() {
   // Static class infos go with the library, after the registry they unregister from.
   static QelGraphicClassInfo graphic("QelGraphic", nullptr, nullptr);
   static QelGraphicClassInfo simple("QelSimpleGraphic", &graphic, nullptr);
-  static QelNamedPropertyClassInfo named("QelNamedProperty", nullptr, nullptr);
+  // The base property carries only its name, and reads back as such.
+  static QelNamedPropertyClassInfo named(
+      "QelNamedProperty", nullptr,
+      [](QelInputFile&, const QelSymbol* name) { return new QelNamedProperty(name); });
   graphicClass = &graphic;
   simpleGraphicClass = &simple;
   namedPropertyClass = &named;
@@ -162,6 +165,7 @@ QelClassInfo* QelSimpleGraphicClassInfo() {
 // --- Life ------------------------------------------------------------------------------------
 
 QelGraphic::~QelGraphic() {
+  if (QelGraphicHolder* holder = QelGraphic::getHolder()) holder->objectDeleted(this);
   removeProperties();
 }
 

@@ -42,6 +42,9 @@ class QelGraphicHolder {
   virtual QelDisplay* getDisplay() const = 0;
   // The function a callback name stands for in this holder, or null.
   virtual QelGraphicCallback resolveCallback(const QelSymbol* name) const = 0;
+  // An object still held is being destroyed: the holder forgets it (without measuring or
+  // drawing it, since only its base part is left).
+  virtual void objectDeleted(QelGraphic*) {}
 };
 
 // A persistent, named attachment of a graphic, written with it in data files.

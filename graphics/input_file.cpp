@@ -5,6 +5,8 @@
 #include <cstdarg>
 #include <cstdint>
 #include <cstdio>
+#include <iomanip>
+#include <string>
 #include <memory>
 
 #include "base/messages.h"
@@ -425,6 +427,18 @@ void QelInputFile::graphicClassesRead(uint32_t) {}
 void QelInputFile::graphicObjectsRead(uint32_t) {}
 void QelInputFile::commentRead(const char*) {}
 void QelInputFile::unknownLineRead(const char*) {}
+
+bool QelReadFloat(std::istream& in, float& value) {
+  // Numbers are short: a token longer than this is no number, and is not kept whole.
+  constexpr int kLongestNumber = 64;
+  std::string token;
+  if (!(in >> std::setw(kLongestNumber) >> token)) return false;
+  const char* end = token.data() + token.size();
+  auto [stop, error] = std::from_chars(token.data(), end, value);
+  if (error == std::errc() && stop == end) return true;
+  in.setstate(std::ios_base::failbit);
+  return false;
+}
 
 std::vector<QelGraphic*> QelLoadGraphics(std::istream& stream, QelDisplay* display) {
   QelInputFile file(stream);

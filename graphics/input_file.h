@@ -110,5 +110,9 @@ QelGraphic* QelReadGraphic(QelInputFile& file, QelPalette* palette) {
   return nullptr;
 }
 
+// Reads a float as QelWriteFloat writes it (a decimal number, "nan", "inf" or "-inf"); anything
+// else fails the stream.
+bool QelReadFloat(std::istream& in, float& value);
+
 // Reads the graphics of a data file (no container needed); empty on failure.
 std::vector<QelGraphic*> QelLoadGraphics(std::istream& stream, QelDisplay* display);

@@ -1,5 +1,6 @@
 #include "graphics/output_file.h"
 
+#include <cmath>
 #include <cctype>
 #include <cstring>
 #include <ctime>
@@ -56,6 +57,15 @@ bool isWritable(const QelNamedProperty* property) {
 }
 
 }  // namespace
+
+void QelWriteFloat(std::ostream& out, float value) {
+  if (std::isnan(value))
+    out << "nan";
+  else if (std::isinf(value))
+    out << (value < 0 ? "-inf" : "inf");
+  else
+    out << value;
+}
 
 QelOutputFile::QelOutputFile(std::ostream& stream)
     : _stream(stream),

@@ -16,6 +16,10 @@ class QelPalette;
 
 using QelApplyPalette = void (*)(const QelPalette* palette, void* arg);
 
+// Writes a float of a data file: finite values as the stream writes them, and "nan", "inf" and
+// "-inf" for the others, which QelReadFloat reads back.
+void QelWriteFloat(std::ostream& out, float value);
+
 // Graphics that draw with palettes besides their own (a chart with one per data set) derive from
 // this too, so that the palette table of a file lists those as well.
 class QelPaletteUser {

@@ -159,14 +159,17 @@ bool QelTransformer::inverse(QelRect& r) const {
 bool QelTransformer::computeInverse(QelTransformer& out) const {
   if (!(std::fabs(_det) >= kZero)) return false;
   double k = 1 / _det;
-  out._m11 = _m22 * k;
-  out._m12 = -_m12 * k;
-  out._m21 = -_m21 * k;
-  out._m22 = _m11 * k;
-  out._x0 = (_y0 * _m12 - _x0 * _m22) * k;
-  out._y0 = (_x0 * _m21 - _y0 * _m11) * k;
-  out.updateFlags();
-  out._det = k;
+  // Built apart and assigned last: `out` may be this transformer itself.
+  QelTransformer inverse;
+  inverse._m11 = _m22 * k;
+  inverse._m12 = -_m12 * k;
+  inverse._m21 = -_m21 * k;
+  inverse._m22 = _m11 * k;
+  inverse._x0 = (_y0 * _m12 - _x0 * _m22) * k;
+  inverse._y0 = (_x0 * _m21 - _y0 * _m11) * k;
+  inverse.updateFlags();
+  inverse._det = k;
+  out = inverse;
   return true;
 }
 

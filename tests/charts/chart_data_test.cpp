@@ -2,6 +2,8 @@
 
 #include <cmath>
 #include <limits>
+#include <memory>
+#include <string>
 #include <sstream>
 #include <vector>
 
@@ -236,9 +238,48 @@ TEST_F(ChartDataFileTest, EveryKindRoundTripsWithItsPointInfos) {
   EXPECT_EQ(p, QelFloatPoint(3, 6));
 }
 
+TEST_F(ChartDataFileTest, NonFiniteValuesStayOutOfBoxesWhereverTheyStandAndReadBack) {
+  // NaN first, in the middle or last, and infinities: the box is that of the finite values.
+  for (const std::vector<float>& values :
+       {std::vector<float>{kNaN, 1, 5}, {1, kNaN, 5}, {1, 5, kNaN}, {kInf, 1, -kInf, 5}}) {
+    std::vector<float> copy = values;
+    QelChartDataYPoints ys(copy.size(), copy.data(), 0);
+    QelFloatRect box;
+    ys.boundingBox(box);
+    EXPECT_EQ(box.miny, 1);
+    EXPECT_EQ(box.maxy, 5);
+
+    std::vector<QelFloatPoint> pairs;
+    for (size_t i = 0; i < values.size(); ++i) pairs.push_back({values[i], float(i)});
+    QelChartDataPoints points(pairs.size(), pairs.data(), 0);
+    points.boundingBox(box);
+    EXPECT_EQ(box, QelFloatRect(1, 0, 5, float(values.size() - 1)));
+
+    // What the library writes, it reads: NaN and the infinities included.
+    std::string text;
+    std::unique_ptr<QelChartData> read(roundTrip(ys, &text));
+    ASSERT_NE(read, nullptr) << text;
+    for (unsigned long i = 0; i < values.size(); ++i) {
+      QelFloatPoint p;
+      read->getPoint(i, p);
+      if (std::isnan(values[i]))
+        EXPECT_TRUE(std::isnan(p.y)) << text;
+      else
+        EXPECT_EQ(p.y, values[i]) << text;
+    }
+  }
+  // All of them non-finite: the empty range.
+  float none[] = {kNaN, kInf};
+  QelChartDataYPoints empty(2, none, 0);
+  QelFloatRect box;
+  empty.boundingBox(box);
+  EXPECT_EQ(box, QelFloatRect(0, 0, 1, 0));
+}
+
 TEST_F(ChartDataFileTest, MalformedValuesReadNothing) {
   for (const char* text : {"QelChartDataPoints 3\n 1 2 3", "QelChartDataYPoints -2\n",
-                           "QelChartDataYPoints 4000000000\n 1 2",
+                           "QelChartDataYPoints 4000000000\n 1 2", "QelChartDataYPoints 2\n 1 2x",
+                           "QelChartDataYPoints 1\n 1e999",
                            "QelChartDataPoints 1\n 1 2 I 1 0 -1 QelNoSuchClass 1 2 3 4 0 0"}) {
     std::stringstream stream(text);
     QelInputFile in(stream);

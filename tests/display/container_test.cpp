@@ -174,6 +174,23 @@ TEST_F(ContainerTest, PressDragAndReleaseElsewhereAllReachThePressedObject) {
   EXPECT_EQ(container->getPressedObject(), b);
 }
 
+TEST_F(ContainerTest, ObjectDeletedWhileHeldLeavesNoDanglingEntry) {
+  clickAt(30, 30);
+  ASSERT_TRUE(host->pumpUntil([&] { return container->getPressedObject() == a; }));
+  delete a;
+  EXPECT_EQ(container->getPressedObject(), nullptr);
+  EXPECT_FALSE(container->isManaged(a));
+  EXPECT_EQ(container->getObjects(), std::vector<QelGraphic*>{b});
+  // Events and redraws meet only what is left.
+  interactor.calls.clear();
+  clickAt(30, 30);
+  clickAt(160, 110);
+  container->reDraw();
+  ASSERT_TRUE(host->pumpUntil([&] { return !interactor.calls.empty(); }));
+  for (const Call& call : interactor.calls) EXPECT_EQ(call.obj, b);
+  a = nullptr;
+}
+
 TEST_F(ContainerTest, EventsNoObjectTakesFallThroughToAccelerators) {
   static std::vector<std::pair<int, uint16_t>> shortCuts;
   shortCuts.clear();

@@ -52,9 +52,10 @@ TEST(ClassRegistryTest, DuplicateNamesWarnKeepTheFirstAndConsumeANumber) {
   EXPECT_FALSE(orphan.isSubtypeOf("KsBase"));
   EXPECT_EQ(messages.warnings().back(),
             "QelClassInfo::isSubtypeOf: KsBase not properly registered");
+  // An unknown target is simply not a supertype: nothing is reported.
+  size_t reported = messages.warnings().size();
   EXPECT_FALSE(base.isSubtypeOf("KsNowhere"));
-  EXPECT_EQ(messages.warnings().back(),
-            "QelClassInfo::isSubtypeOf: KsNowhere not properly registered");
+  EXPECT_EQ(messages.warnings().size(), reported);
 }
 
 class UnregisteredGraphic : public QelGraphic {

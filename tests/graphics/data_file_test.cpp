@@ -358,6 +358,21 @@ TEST_F(DataFileTest, UnknownBlocksOnlyWarnAndMissingReferencesAreNull) {
   EXPECT_EQ(static_cast<QelDrawSelection*>(loaded[3].get())->getObject(), loaded[1].get());
 }
 
+TEST_F(DataFileTest, EveryPersistentPropertyTheWriterEmitsReadsBack) {
+  // The base property, which carries only its name, as well as a subclass.
+  Graphics original;
+  original.emplace_back(new QelRectangle(display, QelRect(1, 2, 3, 4)));
+  original[0]->setNamedProperty(new QelNamedProperty(QelSymbol::Get("plain")));
+  std::string text = save(pointers(original), false);
+  CapturedMessages messages;
+  Graphics loaded = load(text);
+  ASSERT_EQ(loaded.size(), 1u) << text;
+  EXPECT_TRUE(messages.fatals().empty()) << text;
+  QelNamedProperty* plain = loaded[0]->getNamedProperty(QelSymbol::Get("plain"));
+  ASSERT_NE(plain, nullptr) << text;
+  EXPECT_EQ(plain->getClassInfo(), QelNamedProperty::ClassInfo());
+}
+
 // Records what a reader subclass is told, and names itself in messages.
 class RecordingFile : public QelInputFile {
  public:

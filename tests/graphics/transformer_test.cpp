@@ -88,6 +88,10 @@ TEST(TransformerTest, InverseUndoesApplyAndComputeInverseAgrees) {
     EXPECT_LE(std::abs(viaInverse.y - p.y), 1);
     EXPECT_EQ(mapped(back, q), viaInverse);
   }
+  // Inverted in place, the transformer is the same inverse.
+  QelTransformer self = t;
+  ASSERT_TRUE(self.computeInverse(self));
+  for (QelPoint p : {QelPoint(0, 0), QelPoint(13, -200)}) EXPECT_EQ(mapped(self, p), mapped(back, p));
   QelFloatPoint f(1.25f, -3.5f);
   t.apply(f);
   ASSERT_TRUE(t.inverse(f));
