@@ -413,12 +413,13 @@ void QelDisplay::drawRectangle(QelPort* port, const QelPalette* palette,
   int64_t x0, y0, x1, y1;
   outlineEdges(rect, x0, y0, x1, y1);
   if (pen.box.misses(x0, y0, x1, y1)) return;
-  // Edges beyond the box move onto it, where they remain out of sight.
+  // Edges beyond the box move onto it, where they remain out of sight. An outline that ends on
+  // the box's edge collapses to a line there (width or height 0), still out of sight.
   x0 = std::max<int64_t>(x0, pen.box.x0), y0 = std::max<int64_t>(y0, pen.box.y0);
   x1 = std::min<int64_t>(x1, pen.box.x1), y1 = std::min<int64_t>(y1, pen.box.y1);
   QelDrawingScope scope(this, port);
-  XDrawRectangle(_xDisplay, pen.drawable, pen.gc, int(x0), int(y0),
-                 unsigned(std::max<int64_t>(x1 - x0, 1)), unsigned(std::max<int64_t>(y1 - y0, 1)));
+  XDrawRectangle(_xDisplay, pen.drawable, pen.gc, int(x0), int(y0), unsigned(x1 - x0),
+                 unsigned(y1 - y0));
 }
 
 namespace {

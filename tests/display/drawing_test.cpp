@@ -77,6 +77,10 @@ TEST_F(DrawingTest, RectangleFarBeyondSixteenBitsKeepsItsVisibleEdgesOnly) {
   // Left and bottom edges fall inside; the others lie billions of pixels away.
   display->drawRectangle(port, ink(), QelRect(5, -2000000000, 4000000000u, 2000000020u));
   display->drawRectangle(port, ink(4), QelRect(-2000000000, -2000000000, 2000000030u, 4000000000u));
+  // Outlines ending just left of or above the port (at x or y = -1) leave nothing in it.
+  display->drawRectangle(port, ink(), QelRect(-3, 22, 3, 5));
+  display->drawRectangle(port, ink(), QelRect(12, -3, 5, 3));
+  display->drawRectangle(port, ink(), QelRect(-70000, 22, 69999, 5));
   Image expected = blank(port);
   expected.fillRect(5, 0, 1, 20, kBlack);
   expected.fillRect(5, 19, 35, 1, kBlack);
