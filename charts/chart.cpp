@@ -4,6 +4,7 @@
 #include <cmath>
 #include <istream>
 #include <limits>
+#include <optional>
 #include <ostream>
 #include <string>
 
@@ -206,7 +207,38 @@ void QelAbstractChart::bboxPoint(unsigned long, QelRect& rect, const QelTransfor
   rect = QelRect();
 }
 
-void QelAbstractChart::drawPointInfo(QelPort*, const QelTransformer*, const QelRegion*) const {}
+void QelAbstractChart::getPlacedPoint(unsigned long set, unsigned long index, QelPoint& p,
+                                      const QelTransformer* t) const {
+  const QelChartData* data = dataAt(set);
+  if (data && index < data->getCount()) getDataPoint(data, index, p, t);
+}
+
+void QelAbstractChart::drawPointInfo(QelPort* port, const QelTransformer* t,
+                                     const QelRegion* clip) const {
+  const QelPalette* palette = drawingPalette();
+  if (!canDrawWith(palette)) return;
+  std::optional<QelPaletteClip> scope;
+  for (unsigned long set = 0; set < dataCount(); ++set) {
+    const QelChartData* data = dataAt(set);
+    unsigned long count = 0;
+    QelChartPointInfo* const* infos = data ? data->getAllPointInfo(count) : nullptr;
+    for (unsigned long i = 0; i < count; ++i) {
+      QelGraphic* graphic = infos[i]->getGraphic();
+      if (!graphic || infos[i]->getIndex() >= data->getCount()) continue;
+      if (!scope) scope.emplace(palette, clip);
+      // The offset is in view pixels: a transformer turns it like a vector, and the graphic
+      // moves in object coordinates.
+      QelPoint p, offset = infos[i]->getOffset();
+      getPlacedPoint(set, infos[i]->getIndex(), p, t);
+      if (t) t->deltaApply(offset);
+      p = QelPoint(QelClampToInt32(int64_t(p.x) + offset.x),
+                   QelClampToInt32(int64_t(p.y) + offset.y));
+      if (t && !t->inverse(p)) continue;
+      graphic->move(p.x, p.y);
+      graphic->draw(port, t, clip);
+    }
+  }
+}
 
 void QelAbstractChart::applyTransform(const QelTransformer* t) {
   if (!t) return;
@@ -422,26 +454,6 @@ void QelChart::scroll(float value, QelRect& area, QelPort*, const QelTransformer
                  grownBy2(before.h));
 }
 
-void QelChart::drawPointInfo(QelPort* port, const QelTransformer* t, const QelRegion* clip) const {
-  unsigned long count = 0;
-  QelChartPointInfo* const* infos = _data ? _data->getAllPointInfo(count) : nullptr;
-  const QelPalette* palette = drawingPalette();
-  if (!count || !palette || !palette->getDisplay()) return;
-  QelPaletteClip scope(palette, clip);
-  for (unsigned long i = 0; i < count; ++i) {
-    QelGraphic* graphic = infos[i]->getGraphic();
-    if (!graphic || infos[i]->getIndex() >= _data->getCount()) continue;
-    QelPoint p, offset = infos[i]->getOffset();
-    getPoint(infos[i]->getIndex(), p, t);
-    if (t) t->deltaApply(offset);
-    p = QelPoint(QelClampToInt32(int64_t(p.x) + offset.x),
-                 QelClampToInt32(int64_t(p.y) + offset.y));
-    if (t && !t->inverse(p)) continue;
-    graphic->move(p.x, p.y);
-    graphic->draw(port, t, clip);
-  }
-}
-
 QelClassInfo* QelChart::getClassInfo() const {
   return ClassInfo();
 }
@@ -455,7 +467,7 @@ QelClassInfo* QelChart::ClassInfo() {
 
 void QelPolylineChart::draw(QelPort* port, const QelTransformer* t, const QelRegion* clip) const {
   const QelPalette* palette = drawingPalette();
-  if (!palette || !palette->getDisplay()) return;
+  if (!canDrawWith(palette)) return;
   unsigned long count = 0;
   const QelPoint* points = getPoints(count, clip, t);
   if (!count) return;

@@ -32,6 +32,7 @@ class QelAbstractChart : public QelSimpleGraphic {
   virtual bool extendsToBase() const { return false; }
   // QelVertical: values rise along y; QelHorizontal: along x.
   virtual QelPosition getDirection() const { return QelVertical; }
+  // Each point info's graphic, moved to its point displaced by the info's offset.
   virtual void drawPointInfo(QelPort* port, const QelTransformer* t, const QelRegion* clip) const;
   // The data range seen through the view rectangle `rect`, within `dataBox`; 0 (and the box's
   // minimum corner) when they do not meet.
@@ -67,6 +68,10 @@ class QelAbstractChart : public QelSimpleGraphic {
   // The chart's data sets, for the operations written once for one or many sets.
   virtual unsigned long dataCount() const { return 0; }
   virtual const QelChartData* dataAt(unsigned long) const { return nullptr; }
+  // Where point `index` of set `set` is drawn (its point infos hang there): the mapped point,
+  // unless a kind places its sets apart.
+  virtual void getPlacedPoint(unsigned long set, unsigned long index, QelPoint& p,
+                              const QelTransformer* t) const;
   // The baseline (data value 0) in view coordinates.
   QelPoint basePoint(const QelTransformer* t) const;
 
@@ -91,7 +96,6 @@ class QelChart : public QelAbstractChart {
   void write(QelOutputFile& file) const override;
   const char* getDefaultInteractor() const override { return "ChDragY"; }
   QelClassInfo* getClassInfo() const override;
-  void drawPointInfo(QelPort* port, const QelTransformer* t, const QelRegion* clip) const override;
   void bboxPoint(unsigned long index, QelRect& rect, const QelTransformer* t) const override;
 
   virtual void getPoint(unsigned long index, QelPoint& p, const QelTransformer* t) const;

@@ -27,34 +27,13 @@ QelGraphicClassInfo* barChartClass = nullptr;
 QelGraphicClassInfo* scatterChartClass = nullptr;
 QelGraphicClassInfo* bar3dChartClass = nullptr;
 
-// Every marker figure the display knows; a file naming others is malformed.
-constexpr int64_t kAllMarkerBits = 1023;
-
-uint32_t extent(int64_t value) {
-  return uint32_t(std::clamp<int64_t>(value, 0, std::numeric_limits<uint32_t>::max()));
-}
-
-// A rectangle from its edges, held to what QelRect can hold.
-QelRect rectBetween(int64_t left, int64_t top, int64_t right, int64_t bottom) {
-  int32_t x = QelClampToInt32(left), y = QelClampToInt32(top);
-  return QelRect(x, y, extent(QelClampToInt32(right) - int64_t(x)),
-                 extent(QelClampToInt32(bottom) - int64_t(y)));
-}
-
-// Reads one integer of [min, max] through 64 bits; anything else fails the stream.
-bool readField(std::istream& in, int64_t min, int64_t max, int64_t& value) {
-  if (in.fail() || !(in >> value)) return false;
-  if (value >= min && value <= max) return true;
-  in.setstate(std::ios_base::failbit);
-  return false;
-}
 
 // A pixel size under a zoom of `factor`. A size that was not zero stays at least a pixel, so
 // that zooming out never makes bars vanish.
 uint32_t scaledSize(uint32_t size, double factor) {
   if (!std::isfinite(factor)) return size;
   double scaled = std::floor(double(size) * std::fabs(factor) + 0.5);
-  uint32_t result = extent(int64_t(std::min(scaled, double(std::numeric_limits<uint32_t>::max()))));
+  uint32_t result = QelClampToUint32(int64_t(std::min(scaled, double(std::numeric_limits<uint32_t>::max()))));
   return size && !result ? 1 : result;
 }
 
@@ -73,10 +52,6 @@ bool insidePolygon(const QelPoint* points, unsigned long count, const QelPoint& 
   for (unsigned long i = 0, j = count - 1; i < count; j = i++)
     if (QelIntersectHorizontal(p, points[j], points[i])) inside = !inside;
   return inside;
-}
-
-bool usable(const QelPalette* palette) {
-  return palette && palette->getDisplay();
 }
 
 uint32_t clampCount(unsigned long count) {
@@ -124,7 +99,7 @@ const QelPoint* QelPolygonChart::getPoints(unsigned long& count, const QelRegion
 
 void QelPolygonChart::draw(QelPort* port, const QelTransformer* t, const QelRegion* clip) const {
   const QelPalette* palette = drawingPalette();
-  if (!usable(palette)) return;
+  if (!canDrawWith(palette)) return;
   unsigned long count = 0;
   const QelPoint* points = getPoints(count, clip, t);
   if (count) {
@@ -143,7 +118,7 @@ bool QelPolygonChart::contains(const QelPoint&, const QelPoint& tp, const QelTra
 void QelPolygonChart::boundingBox(QelRect& rect, const QelTransformer* t) const {
   QelChart::boundingBox(rect, t);
   const int32_t base = basePoint(t).y;
-  rect = rectBetween(rect.x, std::min(rect.y, base), rect.right64(),
+  rect = QelRectBetween(rect.x, std::min(rect.y, base), rect.right64(),
                      std::max<int64_t>(rect.bottom64(), base));
 }
 
@@ -152,7 +127,7 @@ void QelPolygonChart::dataPointBBox(const QelChartData* data, unsigned long inde
   QelChart::dataPointBBox(data, index, rect, t);
   if (rect.isEmpty()) return;
   const int32_t base = basePoint(t).y;
-  rect = rectBetween(rect.x, std::min(rect.y, base), rect.right64(),
+  rect = QelRectBetween(rect.x, std::min(rect.y, base), rect.right64(),
                      std::max<int64_t>(rect.bottom64(), base));
 }
 
@@ -233,8 +208,8 @@ QelBarChart::QelBarChart(QelInputFile& file, QelPalette* palette, const Fields& 
 QelBarChart::Fields QelBarChart::ReadFields(QelInputFile& file) {
   std::istream& in = file.getStream();
   int64_t halfWidth = 0, direction = 0;
-  if (!readField(in, 0, std::numeric_limits<uint32_t>::max(), halfWidth) ||
-      !readField(in, 0, std::numeric_limits<uint32_t>::max(), direction))
+  if (!QelReadInteger(in, 0, std::numeric_limits<uint32_t>::max(), halfWidth) ||
+      !QelReadInteger(in, 0, std::numeric_limits<uint32_t>::max(), direction))
     return Fields{kDefaultHalfWidth, QelVertical};
   if (direction != QelVertical && direction != QelHorizontal) {
     in.setstate(std::ios_base::failbit);
@@ -250,13 +225,13 @@ void QelBarChart::setDirection(QelPosition direction) {
 QelRect QelBarChart::barRect(const QelPoint& p, const QelPoint& base) const {
   const int64_t w = _halfWidth;
   if (_direction == QelVertical)
-    return rectBetween(p.x - w, std::min(p.y, base.y), p.x + w, std::max(p.y, base.y));
-  return rectBetween(std::min(p.x, base.x), p.y - w, std::max(p.x, base.x), p.y + w);
+    return QelRectBetween(p.x - w, std::min(p.y, base.y), p.x + w, std::max(p.y, base.y));
+  return QelRectBetween(std::min(p.x, base.x), p.y - w, std::max(p.x, base.x), p.y + w);
 }
 
 void QelBarChart::draw(QelPort* port, const QelTransformer* t, const QelRegion* clip) const {
   const QelPalette* palette = drawingPalette();
-  if (usable(palette)) {
+  if (canDrawWith(palette)) {
     // Vertical bars are sliced by x like any chart, the clip widened by the bars' reach.
     // Horizontal bars lie along x, so x says nothing about which of them show: all are taken
     // and those off the clip skipped.
@@ -293,10 +268,10 @@ void QelBarChart::boundingBox(QelRect& rect, const QelTransformer* t) const {
   const QelPoint base = basePoint(t);
   const int64_t w = _halfWidth;
   if (_direction == QelVertical)
-    rect = rectBetween(rect.x - w, std::min(rect.y, base.y), rect.right64() + w,
+    rect = QelRectBetween(rect.x - w, std::min(rect.y, base.y), rect.right64() + w,
                        std::max<int64_t>(rect.bottom64(), base.y));
   else
-    rect = rectBetween(std::min(rect.x, base.x), rect.y - w,
+    rect = QelRectBetween(std::min(rect.x, base.x), rect.y - w,
                        std::max<int64_t>(rect.right64(), base.x), rect.bottom64() + w);
 }
 
@@ -337,7 +312,7 @@ namespace {
 
 QelRect markerBox(const QelPoint& p, uint16_t size) {
   const int64_t s = size;
-  return rectBetween(p.x - s, p.y - s, p.x + s + 1, p.y + s + 1);
+  return QelRectBetween(p.x - s, p.y - s, p.x + s + 1, p.y + s + 1);
 }
 
 }  // namespace
@@ -362,15 +337,15 @@ QelScatterChart::QelScatterChart(QelInputFile& file, QelPalette* palette, const 
 QelScatterChart::Fields QelScatterChart::ReadFields(QelInputFile& file) {
   std::istream& in = file.getStream();
   int64_t size = 0, type = 0;
-  if (!readField(in, 0, std::numeric_limits<uint16_t>::max(), size) ||
-      !readField(in, 0, kAllMarkerBits, type))
+  if (!QelReadInteger(in, 0, std::numeric_limits<uint16_t>::max(), size) ||
+      !QelReadInteger(in, 0, QelAllMarkerBits, type))
     return Fields{kDefaultMarkerSize, QelMarkerSquare};
   return Fields{uint16_t(size), unsigned(type)};
 }
 
 void QelScatterChart::draw(QelPort* port, const QelTransformer* t, const QelRegion* clip) const {
   const QelPalette* palette = drawingPalette();
-  if (usable(palette)) {
+  if (canDrawWith(palette)) {
     // A marker reaches `size` pixels around its point, on every side.
     QelRegion slice;
     if (clip) slice = widened(*clip, _markerSize, _markerSize);
@@ -483,8 +458,8 @@ Qel3dBarChart::~Qel3dBarChart() {
 Qel3dBarChart::Fields Qel3dBarChart::ReadFields(QelInputFile& file) {
   std::istream& in = file.getStream();
   int64_t width = 0, depth = 0;
-  if (!readField(in, 0, std::numeric_limits<uint32_t>::max(), width) ||
-      !readField(in, 0, std::numeric_limits<uint32_t>::max(), depth))
+  if (!QelReadInteger(in, 0, std::numeric_limits<uint32_t>::max(), width) ||
+      !QelReadInteger(in, 0, std::numeric_limits<uint32_t>::max(), depth))
     return Fields{kDefaultBarWidth, kDefaultDepth};
   return Fields{uint32_t(width), uint32_t(depth)};
 }
@@ -500,7 +475,7 @@ void Qel3dBarChart::computePalettes() {
   QelPalette* chart = getPalette();
   QelPalette* top = nullptr;
   QelPalette* side = nullptr;
-  if (usable(chart)) {
+  if (canDrawWith(chart)) {
     QelDisplay* display = chart->getDisplay();
     unsigned short r = 0, g = 0, b = 0;
     if (chart->getForeground()) chart->getForeground()->getRGB(r, g, b);
@@ -548,12 +523,12 @@ void Qel3dBarChart::setPalette(QelPalette* palette) {
 
 QelRect Qel3dBarChart::frontRect(const QelPoint& p, const QelPoint& base) const {
   const int64_t left = int64_t(p.x) - _barWidth / 2;
-  return rectBetween(left, std::min(p.y, base.y), left + _barWidth, std::max(p.y, base.y));
+  return QelRectBetween(left, std::min(p.y, base.y), left + _barWidth, std::max(p.y, base.y));
 }
 
 void Qel3dBarChart::draw(QelPort* port, const QelTransformer* t, const QelRegion* clip) const {
   const QelPalette* front = drawingPalette();
-  if (usable(front)) {
+  if (canDrawWith(front)) {
     // A lent palette (a highlight) paints every face; so does the chart's own when the faces
     // could not be had.
     const bool lent = front != getPalette();
@@ -574,7 +549,7 @@ void Qel3dBarChart::draw(QelPort* port, const QelTransformer* t, const QelRegion
     for (unsigned long i = 0; i < count; ++i) {
       const QelRect f = frontRect(points[i], base);
       const int64_t left = f.x, right = f.right64(), upper = f.y, lower = f.bottom64();
-      if (clip && !clip->intersects(rectBetween(left, upper - d, right + d, lower))) continue;
+      if (clip && !clip->intersects(QelRectBetween(left, upper - d, right + d, lower))) continue;
       if (d) {
         auto at = [](int64_t x, int64_t y) {
           return QelPoint(QelClampToInt32(x), QelClampToInt32(y));
@@ -614,7 +589,7 @@ void Qel3dBarChart::boundingBox(QelRect& rect, const QelTransformer* t) const {
   QelChart::boundingBox(rect, t);
   const int32_t base = basePoint(t).y;
   const int64_t d = _depth, half = _barWidth / 2;
-  rect = rectBetween(rect.x - half, int64_t(std::min(rect.y, base)) - d,
+  rect = QelRectBetween(rect.x - half, int64_t(std::min(rect.y, base)) - d,
                      rect.right64() + (_barWidth - half) + d,
                      std::max<int64_t>(rect.bottom64(), base));
 }
@@ -636,7 +611,7 @@ void Qel3dBarChart::dataPointBBox(const QelChartData* data, unsigned long index,
   getDataPoint(data, index, p, t);
   const QelRect f = frontRect(p, basePoint(t));
   const int64_t d = _depth;
-  rect = rectBetween(f.x, int64_t(f.y) - d, f.right64() + d, f.bottom64());
+  rect = QelRectBetween(f.x, int64_t(f.y) - d, f.right64() + d, f.bottom64());
 }
 
 void Qel3dBarChart::write(QelOutputFile& file) const {

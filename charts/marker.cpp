@@ -18,16 +18,6 @@ namespace {
 
 QelGraphicClassInfo* markerClass = nullptr;
 
-// Every figure the display knows; a file naming others is malformed.
-constexpr int64_t kAllMarkerBits = 1023;
-
-// Reads one integer of [min, max] through 64 bits; anything else fails the stream.
-bool readField(std::istream& in, int64_t min, int64_t max, int64_t& value) {
-  if (!(in >> value)) return false;
-  if (value >= min && value <= max) return true;
-  in.setstate(std::ios_base::failbit);
-  return false;
-}
 
 }  // namespace
 
@@ -53,9 +43,9 @@ QelMarker::QelMarker(QelInputFile& file, QelPalette* palette)
   constexpr int64_t kMin = std::numeric_limits<int32_t>::min();
   constexpr int64_t kMax = std::numeric_limits<int32_t>::max();
   int64_t x, y, type, size;
-  if (readField(in, kMin, kMax, x) && readField(in, kMin, kMax, y) &&
-      readField(in, 0, kAllMarkerBits, type) &&
-      readField(in, 0, std::numeric_limits<uint16_t>::max(), size)) {
+  if (QelReadInteger(in, kMin, kMax, x) && QelReadInteger(in, kMin, kMax, y) &&
+      QelReadInteger(in, 0, QelAllMarkerBits, type) &&
+      QelReadInteger(in, 0, std::numeric_limits<uint16_t>::max(), size)) {
     _point = QelPoint(int32_t(x), int32_t(y));
     _type = unsigned(type);
     _size = uint16_t(size);
@@ -64,7 +54,7 @@ QelMarker::QelMarker(QelInputFile& file, QelPalette* palette)
 
 void QelMarker::draw(QelPort* port, const QelTransformer* t, const QelRegion* clip) const {
   const QelPalette* palette = drawingPalette();
-  if (!palette || !palette->getDisplay()) return;
+  if (!canDrawWith(palette)) return;
   QelPoint p = _point;
   if (t) t->apply(p);
   QelPaletteClip scope(palette, clip);

@@ -27,20 +27,9 @@ QelGraphicClassInfo* stackedChartClass = nullptr;
 QelGraphicClassInfo* sideBySideBarChartClass = nullptr;
 QelGraphicClassInfo* stackedBarChartClass = nullptr;
 
-uint32_t extent(int64_t value) {
-  return uint32_t(std::clamp<int64_t>(value, 0, UINT32_MAX));
-}
-
-// A rectangle from its edges, held to what QelRect can hold.
-QelRect rectBetween(int64_t left, int64_t top, int64_t right, int64_t bottom) {
-  int32_t x = QelClampToInt32(left), y = QelClampToInt32(top);
-  return QelRect(x, y, extent(QelClampToInt32(right) - int64_t(x)),
-                 extent(QelClampToInt32(bottom) - int64_t(y)));
-}
-
 // A bar `width` pixels wide from `left`, between the view heights y0 and y1.
 QelRect barBetween(int64_t left, uint32_t width, int32_t y0, int32_t y1) {
-  return rectBetween(left, std::min(y0, y1), left + width, std::max(y0, y1));
+  return QelRectBetween(left, std::min(y0, y1), left + width, std::max(y0, y1));
 }
 
 // A value that is not there stacks as nothing.
@@ -48,18 +37,10 @@ float stackable(float value) {
   return std::isnan(value) ? 0 : value;
 }
 
-bool usable(const QelPalette* palette) {
-  return palette && palette->getDisplay();
-}
-
 // A bar width of a data file; a failed stream for anything else.
 bool readWidth(std::istream& in, uint16_t& width) {
   int64_t value = 0;
-  if (in.fail()) return false;
-  if (!(in >> value) || value < 0 || value > UINT16_MAX) {
-    in.setstate(std::ios_base::failbit);
-    return false;
-  }
+  if (!QelReadInteger(in, 0, UINT16_MAX, value)) return false;
   width = uint16_t(value);
   return true;
 }
@@ -189,13 +170,7 @@ void QelMultiChart::boundingBox(QelRect& rect, const QelTransformer* t) const {
     bottom = std::max<int64_t>(bottom, base);
   }
   int64_t margin = crossMargin();
-  rect = rectBetween(rect.x - margin, top, rect.right64() + margin, bottom);
-}
-
-void QelMultiChart::getPlacedPoint(unsigned long set, unsigned long index, QelPoint& p,
-                                   const QelTransformer* t) const {
-  const QelChartData* data = dataAt(set);
-  if (data && index < data->getCount()) getDataPoint(data, index, p, t);
+  rect = QelRectBetween(rect.x - margin, top, rect.right64() + margin, bottom);
 }
 
 void QelMultiChart::placedPointBBox(unsigned long set, unsigned long index, QelRect& rect,
@@ -234,27 +209,6 @@ void QelMultiChart::apply(QelApplyObject f, void* arg) {
 void QelMultiChart::applyPalettes(QelApplyPalette f, void* arg) const {
   for (uint16_t set = 0; set < _count; ++set)
     if (_entries[set].palette) f(_entries[set].palette, arg);
-}
-
-void QelMultiChart::drawPointInfo(QelPort* port, const QelTransformer* t,
-                                  const QelRegion* clip) const {
-  for (uint16_t set = 0; set < _count; ++set) {
-    const QelChartData* data = _entries[set].data;
-    unsigned long count = 0;
-    QelChartPointInfo* const* infos = data->getAllPointInfo(count);
-    for (unsigned long i = 0; i < count; ++i) {
-      QelGraphic* graphic = infos[i]->getGraphic();
-      if (!graphic || infos[i]->getIndex() >= data->getCount()) continue;
-      QelPoint p, offset = infos[i]->getOffset();
-      getPlacedPoint(set, infos[i]->getIndex(), p, t);
-      if (t) t->deltaApply(offset);
-      p = QelPoint(QelClampToInt32(int64_t(p.x) + offset.x),
-                   QelClampToInt32(int64_t(p.y) + offset.y));
-      if (t && !t->inverse(p)) continue;
-      graphic->move(p.x, p.y);
-      graphic->draw(port, t, clip);
-    }
-  }
 }
 
 void QelMultiChart::write(QelOutputFile& file) const {
@@ -326,7 +280,7 @@ int64_t QelSideBySideChart::slotOffset(unsigned long set) const {
 }
 
 uint32_t QelSideBySideChart::crossMargin() const {
-  return extent((int64_t(getDataCount()) * slotWidth() + 1) / 2);
+  return QelClampToUint32((int64_t(getDataCount()) * slotWidth() + 1) / 2);
 }
 
 void QelSideBySideChart::getDataRelativePoint(unsigned long set, unsigned long index, QelPoint& p,
@@ -347,7 +301,7 @@ void QelSideBySideChart::dataPointRelativeBBox(unsigned long set, unsigned long 
     top = std::min<int64_t>(top, baseY(t));
     bottom = std::max<int64_t>(bottom, baseY(t));
   }
-  rect = rectBetween(rect.x + shift - half, top, rect.right64() + shift + half, bottom);
+  rect = QelRectBetween(rect.x + shift - half, top, rect.right64() + shift + half, bottom);
 }
 
 unsigned long QelSideBySideChart::whichDataPoint(unsigned int size, const QelPoint& tp,
@@ -554,7 +508,7 @@ void QelSideBySideBarChart::draw(QelPort* port, const QelTransformer* t,
     const int32_t base = baseY(t);
     for (uint16_t set = 0; set < getDataCount(); ++set) {
       const QelPalette* palette = paletteToDraw(set);
-      if (!usable(palette)) continue;
+      if (!canDrawWith(palette)) continue;
       unsigned long count = 0;
       const QelFloatPoint* points =
           clip ? dataAt(set)->getPoints(range, count) : dataAt(set)->getPoints(count);
@@ -622,7 +576,7 @@ void QelStackedBarChart::draw(QelPort* port, const QelTransformer* t, const QelR
   for (uint16_t set = 0; sums && set < getDataCount(); ++set) {
     const QelChartData* data = dataAt(set);
     const QelPalette* palette = paletteToDraw(set);
-    const bool drawn = usable(palette);
+    const bool drawn = canDrawWith(palette);
     std::optional<QelPaletteClip> scope;
     if (drawn) scope.emplace(palette, clip);
     unsigned long last = std::min(end, data->getCount());

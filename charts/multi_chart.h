@@ -40,7 +40,6 @@ class QelMultiChart : public QelAbstractChart, public QelPaletteUser {
   bool contains(const QelPoint& p, const QelPoint& tp, const QelTransformer* t) const override;
   void apply(QelApplyObject f, void* arg) override;
   void applyPalettes(QelApplyPalette f, void* arg) const override;
-  void drawPointInfo(QelPort* port, const QelTransformer* t, const QelRegion* clip) const override;
   void write(QelOutputFile& file) const override;
   QelClassInfo* getClassInfo() const override;
 
@@ -53,9 +52,6 @@ class QelMultiChart : public QelAbstractChart, public QelPaletteUser {
   const QelChartData* dataAt(unsigned long index) const override {
     return index < _count ? _entries[index].data : nullptr;
   }
-  // Where point `index` of set `set` is drawn; its point infos hang there.
-  virtual void getPlacedPoint(unsigned long set, unsigned long index, QelPoint& p,
-                              const QelTransformer* t) const;
   // The view box that contains() tests for that point.
   virtual void placedPointBBox(unsigned long set, unsigned long index, QelRect& rect,
                                const QelTransformer* t) const;

@@ -63,6 +63,8 @@ enum QelMarkerType : unsigned int {
   QelMarkerTriangle = 256,
   QelMarkerFilledTriangle = 512,
 };
+// Every figure above: a type with other bits is no marker (files naming one are malformed).
+constexpr unsigned int QelAllMarkerBits = 1023;
 
 // When on, drawing operations print their name, port and geometry on standard output.
 void QelSetDrawTrace(int on);

@@ -9,6 +9,11 @@ inline int32_t QelClampToInt32(int64_t v) {
   return v < INT32_MIN ? INT32_MIN : v > INT32_MAX ? INT32_MAX : int32_t(v);
 }
 
+// A 64-bit extent held to the 32 bits of a width or height; a negative one is empty.
+inline uint32_t QelClampToUint32(int64_t v) {
+  return v < 0 ? 0 : v > int64_t(UINT32_MAX) ? UINT32_MAX : uint32_t(v);
+}
+
 // Sides and directions, combinable as a bit set.
 enum QelPosition : unsigned int {
   QelLeft = 1,
@@ -92,6 +97,13 @@ struct QelRect {
   bool operator==(const QelRect& r) const { return x == r.x && y == r.y && w == r.w && h == r.h; }
   bool operator!=(const QelRect& r) const { return !(*this == r); }
 };
+
+// The half-open rectangle [left, right) x [top, bottom), its edges held to 32 bits.
+inline QelRect QelRectBetween(int64_t left, int64_t top, int64_t right, int64_t bottom) {
+  int32_t x = QelClampToInt32(left), y = QelClampToInt32(top);
+  return QelRect(x, y, QelClampToUint32(QelClampToInt32(right) - int64_t(x)),
+                 QelClampToUint32(QelClampToInt32(bottom) - int64_t(y)));
+}
 
 // A closed rectangle of data space stored as its two corners. Data ranges include both ends,
 // so every test here is inclusive.

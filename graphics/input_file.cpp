@@ -428,6 +428,13 @@ void QelInputFile::graphicObjectsRead(uint32_t) {}
 void QelInputFile::commentRead(const char*) {}
 void QelInputFile::unknownLineRead(const char*) {}
 
+bool QelReadInteger(std::istream& in, int64_t min, int64_t max, int64_t& value) {
+  if (in.fail() || !(in >> value)) return false;
+  if (value >= min && value <= max) return true;
+  in.setstate(std::ios_base::failbit);
+  return false;
+}
+
 bool QelReadFloat(std::istream& in, float& value) {
   // Numbers are short: a token longer than this is no number, and is not kept whole.
   constexpr int kLongestNumber = 64;

@@ -110,6 +110,10 @@ QelGraphic* QelReadGraphic(QelInputFile& file, QelPalette* palette) {
   return nullptr;
 }
 
+// Reads an integer of [min, max] through 64 bits; anything else fails the stream (and a failed
+// stream reads nothing).
+bool QelReadInteger(std::istream& in, int64_t min, int64_t max, int64_t& value);
+
 // Reads a float as QelWriteFloat writes it (a decimal number, "nan", "inf" or "-inf"); anything
 // else fails the stream.
 bool QelReadFloat(std::istream& in, float& value);

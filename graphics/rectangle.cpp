@@ -30,22 +30,15 @@ void initializeRectangleModule() {
   filledRectangleClass = &filled;
 }
 
-// Reads one integer of [min, max]; anything else fails the stream. Reading goes through 64 bits
-// so that "-1" cannot wrap into a width of four billion pixels.
-bool readField(std::istream& in, int64_t min, int64_t max, int64_t& value) {
-  if (!(in >> value)) return false;
-  if (value >= min && value <= max) return true;
-  in.setstate(std::ios_base::failbit);
-  return false;
-}
-
+// "x y w h", each within its field's range: read through 64 bits so that "-1" cannot wrap into a
+// width of four billion pixels.
 QelRect readRect(std::istream& in) {
   constexpr int64_t kMinCoord = std::numeric_limits<int32_t>::min();
   constexpr int64_t kMaxCoord = std::numeric_limits<int32_t>::max();
   constexpr int64_t kMaxExtent = std::numeric_limits<uint32_t>::max();
   int64_t x, y, w, h;
-  if (readField(in, kMinCoord, kMaxCoord, x) && readField(in, kMinCoord, kMaxCoord, y) &&
-      readField(in, 0, kMaxExtent, w) && readField(in, 0, kMaxExtent, h))
+  if (QelReadInteger(in, kMinCoord, kMaxCoord, x) && QelReadInteger(in, kMinCoord, kMaxCoord, y) &&
+      QelReadInteger(in, 0, kMaxExtent, w) && QelReadInteger(in, 0, kMaxExtent, h))
     return QelRect(int32_t(x), int32_t(y), uint32_t(w), uint32_t(h));
   return QelRect();
 }
@@ -73,7 +66,7 @@ QelRectangle::QelRectangle(QelInputFile& file, QelPalette* palette)
 
 void QelRectangle::draw(QelPort* port, const QelTransformer* t, const QelRegion* clip) const {
   const QelPalette* palette = drawingPalette();
-  if (!palette || !palette->getDisplay()) return;
+  if (!canDrawWith(palette)) return;
   QelPaletteClip scope(palette, clip);
   palette->getDisplay()->drawRectangle(port, palette, transformed(_rect, t));
 }
@@ -126,7 +119,7 @@ QelFilledRectangle::QelFilledRectangle(QelInputFile& file, QelPalette* palette)
 
 void QelFilledRectangle::draw(QelPort* port, const QelTransformer* t, const QelRegion* clip) const {
   const QelPalette* palette = drawingPalette();
-  if (!palette || !palette->getDisplay()) return;
+  if (!canDrawWith(palette)) return;
   QelPaletteClip scope(palette, clip);
   palette->getDisplay()->fillRectangle(port, palette, transformed(_rect, t));
 }

@@ -35,25 +35,6 @@ void initializeSelectionModule() {
   selectionClass = &selection;
 }
 
-int32_t clamp32(int64_t v) {
-  if (v < std::numeric_limits<int32_t>::min()) return std::numeric_limits<int32_t>::min();
-  if (v > std::numeric_limits<int32_t>::max()) return std::numeric_limits<int32_t>::max();
-  return int32_t(v);
-}
-
-uint32_t clampExtent(int64_t v) {
-  if (v < 0) return 0;
-  if (v > int64_t(std::numeric_limits<uint32_t>::max()))
-    return std::numeric_limits<uint32_t>::max();
-  return uint32_t(v);
-}
-
-// The half-open rectangle [left, right) x [top, bottom), cut to what 32 bits can hold.
-QelRect rectFromEdges(int64_t left, int64_t top, int64_t right, int64_t bottom) {
-  int32_t x = clamp32(left), y = clamp32(top);
-  return QelRect(x, y, clampExtent(right - x), clampExtent(bottom - y));
-}
-
 constexpr int kHandleCount = 8;
 
 // Handle codes, in drawing and testing order: the corners come first so that they win where a
@@ -88,7 +69,7 @@ bool handleCentres(const QelGraphic* object, const QelTransformer* t,
 }
 
 QelRect handleRect(const Centre& c, uint32_t size) {
-  return rectFromEdges(c.x - size, c.y - size, c.x + size, c.y + size);
+  return QelRectBetween(c.x - size, c.y - size, c.x + size, c.y + size);
 }
 
 // A small pool: selections come and go with every click on a segment. Free blocks are listed
@@ -157,7 +138,7 @@ void QelDrawSelection::applyReferences(QelApplyObject f, void* arg) {
 void QelDrawSelection::draw(QelPort* port, const QelTransformer* t, const QelRegion* clip) const {
   const QelPalette* palette = drawingPalette();
   Centre centres[kHandleCount];
-  if (!palette || !palette->getDisplay() || !handleCentres(_object, t, centres)) return;
+  if (!canDrawWith(palette) || !handleCentres(_object, t, centres)) return;
   QelDisplay* display = palette->getDisplay();
   if (clip) display->setClip(palette, clip);
   for (const Centre& c : centres) display->fillRectangle(port, palette, handleRect(c, _size));
@@ -193,7 +174,7 @@ void QelDrawSelection::boundingBox(QelRect& rect, const QelTransformer* t) const
     return;
   }
   _object->boundingBox(rect, t);
-  rect = rectFromEdges(int64_t(rect.x) - _size, int64_t(rect.y) - _size, rect.right64() + _size,
+  rect = QelRectBetween(int64_t(rect.x) - _size, int64_t(rect.y) - _size, rect.right64() + _size,
                        rect.bottom64() + _size);
 }
 

@@ -22,6 +22,10 @@ QelSimpleGraphic::~QelSimpleGraphic() {
   if (_palette) _palette->unLock();
 }
 
+bool QelSimpleGraphic::canDrawWith(const QelPalette* palette) {
+  return palette && palette->getDisplay();
+}
+
 QelDisplay* QelSimpleGraphic::getDisplay() const {
   return _palette ? _palette->getDisplay() : nullptr;
 }

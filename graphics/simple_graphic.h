@@ -49,6 +49,8 @@ class QelSimpleGraphic : public QelGraphic {
  protected:
   // The palette to draw with: the one drawPalette lends for the moment, else the object's.
   const QelPalette* drawingPalette() const { return _lent ? _lent : _palette; }
+  // Whether a palette can draw at all: there is one, and it belongs to a display.
+  static bool canDrawWith(const QelPalette* palette);
 
  private:
   // Asks the display for the shared palette with `change` applied to the current attributes.
