@@ -4,8 +4,8 @@
 #include <random>
 #include <vector>
 
+#include "graphics/line_geometry.h"
 #include "graphics/region.h"
-#include "graphics/segment.h"
 #include "graphics/transformer.h"
 
 namespace {

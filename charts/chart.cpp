@@ -16,9 +16,9 @@
 #include "display/display.h"
 #include "display/palette.h"
 #include "graphics/input_file.h"
+#include "graphics/line_geometry.h"
 #include "graphics/output_file.h"
 #include "graphics/region.h"
-#include "graphics/segment.h"
 #include "graphics/transformer.h"
 
 namespace {
@@ -253,9 +253,8 @@ void QelAbstractChart::applyTransform(const QelTransformer* t) {
   t->getValues(m11, m12, m21, m22);
   _xScale *= m11;
   _yScale *= m22;
-  _origin =
-      QelPoint(QelClampToInt32(int64_t(bb.x) - QelTruncToPixel(_xScale * range.minx)),
-               QelClampToInt32(int64_t(bb.y) + QelTruncToPixel(_yScale * range.maxy)));
+  _origin = QelPoint(QelClampToInt32(int64_t(bb.x) - QelTruncToPixel(_xScale * range.minx)),
+                     QelClampToInt32(int64_t(bb.y) + QelTruncToPixel(_yScale * range.maxy)));
 }
 
 void QelAbstractChart::adjust(const QelRect& rect) {

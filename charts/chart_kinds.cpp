@@ -14,9 +14,9 @@
 #include "display/display.h"
 #include "display/palette.h"
 #include "graphics/input_file.h"
+#include "graphics/line_geometry.h"
 #include "graphics/output_file.h"
 #include "graphics/region.h"
-#include "graphics/segment.h"
 #include "graphics/transformer.h"
 
 namespace {
@@ -27,13 +27,13 @@ QelGraphicClassInfo* barChartClass = nullptr;
 QelGraphicClassInfo* scatterChartClass = nullptr;
 QelGraphicClassInfo* bar3dChartClass = nullptr;
 
-
 // A pixel size under a zoom of `factor`. A size that was not zero stays at least a pixel, so
 // that zooming out never makes bars vanish.
 uint32_t scaledSize(uint32_t size, double factor) {
   if (!std::isfinite(factor)) return size;
   double scaled = std::floor(double(size) * std::fabs(factor) + 0.5);
-  uint32_t result = QelClampToUint32(int64_t(std::min(scaled, double(std::numeric_limits<uint32_t>::max()))));
+  uint32_t result =
+      QelClampToUint32(int64_t(std::min(scaled, double(std::numeric_limits<uint32_t>::max()))));
   return size && !result ? 1 : result;
 }
 
@@ -119,7 +119,7 @@ void QelPolygonChart::boundingBox(QelRect& rect, const QelTransformer* t) const 
   QelChart::boundingBox(rect, t);
   const int32_t base = basePoint(t).y;
   rect = QelRectBetween(rect.x, std::min(rect.y, base), rect.right64(),
-                     std::max<int64_t>(rect.bottom64(), base));
+                        std::max<int64_t>(rect.bottom64(), base));
 }
 
 void QelPolygonChart::dataPointBBox(const QelChartData* data, unsigned long index, QelRect& rect,
@@ -128,7 +128,7 @@ void QelPolygonChart::dataPointBBox(const QelChartData* data, unsigned long inde
   if (rect.isEmpty()) return;
   const int32_t base = basePoint(t).y;
   rect = QelRectBetween(rect.x, std::min(rect.y, base), rect.right64(),
-                     std::max<int64_t>(rect.bottom64(), base));
+                        std::max<int64_t>(rect.bottom64(), base));
 }
 
 QelClassInfo* QelPolygonChart::getClassInfo() const {
@@ -269,10 +269,10 @@ void QelBarChart::boundingBox(QelRect& rect, const QelTransformer* t) const {
   const int64_t w = _halfWidth;
   if (_direction == QelVertical)
     rect = QelRectBetween(rect.x - w, std::min(rect.y, base.y), rect.right64() + w,
-                       std::max<int64_t>(rect.bottom64(), base.y));
+                          std::max<int64_t>(rect.bottom64(), base.y));
   else
     rect = QelRectBetween(std::min(rect.x, base.x), rect.y - w,
-                       std::max<int64_t>(rect.right64(), base.x), rect.bottom64() + w);
+                          std::max<int64_t>(rect.right64(), base.x), rect.bottom64() + w);
 }
 
 void QelBarChart::applyTransform(const QelTransformer* t) {
@@ -590,8 +590,8 @@ void Qel3dBarChart::boundingBox(QelRect& rect, const QelTransformer* t) const {
   const int32_t base = basePoint(t).y;
   const int64_t d = _depth, half = _barWidth / 2;
   rect = QelRectBetween(rect.x - half, int64_t(std::min(rect.y, base)) - d,
-                     rect.right64() + (_barWidth - half) + d,
-                     std::max<int64_t>(rect.bottom64(), base));
+                        rect.right64() + (_barWidth - half) + d,
+                        std::max<int64_t>(rect.bottom64(), base));
 }
 
 void Qel3dBarChart::applyTransform(const QelTransformer* t) {

@@ -18,7 +18,6 @@ namespace {
 
 QelGraphicClassInfo* markerClass = nullptr;
 
-
 }  // namespace
 
 void QelRegisterMarker() {

@@ -69,8 +69,8 @@ void QelDisplay::drawReliefPolyline(QelPort* port, const QelPalette* top, const 
   QelDrawingScope scope(this, port);
   for (int offset = 1 - lit; offset <= shaded; ++offset) {
     for (uint32_t i = 0; i < count; ++i)
-      layer[i] =
-          QelPoint(QelClampToInt32(int64_t(points[i].x) + offset), QelClampToInt32(int64_t(points[i].y) + offset));
+      layer[i] = QelPoint(QelClampToInt32(int64_t(points[i].x) + offset),
+                          QelClampToInt32(int64_t(points[i].y) + offset));
     drawPolyLine(port, offset <= 0 ? top : bottom, count, layer.data());
   }
 }
@@ -82,7 +82,9 @@ void QelDisplay::drawArrow(QelPort* port, const QelPalette* palette, const QelRe
   QelTraceDrawing("drawArrow", port, "%d %d %u %u %u", rect.x, rect.y, rect.w, rect.h, direction);
   int64_t x0 = rect.x, y0 = rect.y, x1 = rect.right64(), y1 = rect.bottom64();
   int64_t cx = x0 + rect.w / 2, cy = y0 + rect.h / 2;
-  auto at = [](int64_t px, int64_t py) { return QelPoint(QelClampToInt32(px), QelClampToInt32(py)); };
+  auto at = [](int64_t px, int64_t py) {
+    return QelPoint(QelClampToInt32(px), QelClampToInt32(py));
+  };
   QelPoint head[3];
   switch (direction) {
     case QelRight:

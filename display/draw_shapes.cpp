@@ -16,8 +16,8 @@
 #include "display/dump_device.h"
 #include "display/line_style.h"
 #include "display/port.h"
+#include "graphics/line_geometry.h"
 #include "graphics/point_array.h"
-#include "graphics/segment.h"
 
 namespace {
 
@@ -231,7 +231,8 @@ void flattenArc(int64_t x, int64_t y, int64_t w, int64_t h, int start, int exten
   for (int i = 0; i <= n; ++i) {
     double a = first + sweep * i / n, c = std::cos(a), s = std::sin(a);
     double r = (rx > 0 && ry > 0) ? 1 / std::sqrt(c * c / (rx * rx) + s * s / (ry * ry)) : 0;
-    out.push(QelPoint(QelClampToInt32(std::llround(cx + r * c)), QelClampToInt32(std::llround(cy - r * s))));
+    out.push(QelPoint(QelClampToInt32(std::llround(cx + r * c)),
+                      QelClampToInt32(std::llround(cy - r * s))));
   }
 }
 
@@ -469,7 +470,8 @@ void QelDisplay::drawRoundRectangle(QelPort* port, const QelPalette* palette, co
   strokeArc(pen, x0, y1 - d, d, d, 180 * 64, 90 * 64);
   strokeArc(pen, x1 - d, y1 - d, d, d, 270 * 64, 90 * 64);
   auto line = [&](int64_t ax, int64_t ay, int64_t bx, int64_t by) {
-    strokeLine(pen, QelPoint(QelClampToInt32(ax), QelClampToInt32(ay)), QelPoint(QelClampToInt32(bx), QelClampToInt32(by)));
+    strokeLine(pen, QelPoint(QelClampToInt32(ax), QelClampToInt32(ay)),
+               QelPoint(QelClampToInt32(bx), QelClampToInt32(by)));
   };
   line(x0 + r, y0, x1 - r, y0);
   line(x0 + r, y1, x1 - r, y1);

@@ -325,15 +325,17 @@ void QelDisplay::drawLabel(QelPort* port, const QelPalette* palette, const char*
     else if (position & QelRight)
       x = rect.right64() - width;
     int64_t baseline = top + int64_t(i) * lineHeight + font->ascent();
-    drawString(port, palette, QelPoint(QelClampToInt32(x), QelClampToInt32(baseline)), line.text.c_str(), length,
-               0);
+    drawString(port, palette, QelPoint(QelClampToInt32(x), QelClampToInt32(baseline)),
+               line.text.c_str(), length, 0);
     if (line.mnemonic < 0) continue;
     const char* mark = line.text.c_str() + line.mnemonic;
     int bytes = characterBytes(font, mark, length - line.mnemonic);
     int64_t ux = x + font->textWidth(line.text.c_str(), line.mnemonic);
     int64_t row = baseline + (font->descent() >= 2 ? 1 : 0);
     int32_t uw = font->textWidth(mark, bytes);
-    if (uw > 0) fillRectangle(port, palette, QelRect(QelClampToInt32(ux), QelClampToInt32(row), uint32_t(uw), 1));
+    if (uw > 0)
+      fillRectangle(port, palette,
+                    QelRect(QelClampToInt32(ux), QelClampToInt32(row), uint32_t(uw), 1));
   }
 }
 

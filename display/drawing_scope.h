@@ -29,8 +29,7 @@ class QelDrawingScope {
 // Whether X can carry out a drawing operation: a connection, and the port's drawable and the
 // palette's graphics context when they are given.
 inline bool QelCanDraw(const QelDisplay* display, const QelPort* port, const QelPalette* palette) {
-  return display->getXDisplay() && (!port || port->getDrawable()) &&
-         (!palette || palette->getGC());
+  return display->getXDisplay() && (!port || port->getDrawable()) && (!palette || palette->getGC());
 }
 
 // With the trace switch on, prints "OPERATION PORT " and the formatted geometry on standard

@@ -41,7 +41,8 @@ void QelDisplay::setBackground(const QelPalette* palette, const QelColor* color)
 }
 
 void QelDisplay::setFont(const QelPalette* palette, const QelFont* font) const {
-  if (palette && QelCanDraw(this, nullptr, palette) && font && !font->isFontSet() && font->getXFontStruct())
+  if (palette && QelCanDraw(this, nullptr, palette) && font && !font->isFontSet() &&
+      font->getXFontStruct())
     XSetFont(_xDisplay, palette->getGC(), font->getXFontStruct()->fid);
 }
 
@@ -153,5 +154,6 @@ void QelDisplay::setClip(const QelPalette* palette, int32_t x, int32_t y,
 
 void QelDisplay::setClipOrigin(const QelPalette* palette, int32_t x, int32_t y) const {
   if (_dumpDevice) return _dumpDevice->setClipOrigin(palette, x, y);
-  if (palette && QelCanDraw(this, nullptr, palette)) XSetClipOrigin(_xDisplay, palette->getGC(), x, y);
+  if (palette && QelCanDraw(this, nullptr, palette))
+    XSetClipOrigin(_xDisplay, palette->getGC(), x, y);
 }

@@ -88,7 +88,7 @@ struct QelRect {
   bool containsClosed(const QelPoint& p) const {
     return x <= p.x && p.x <= right64() && y <= p.y && p.y <= bottom64();
   }
-  bool contains(const QelRect& r) const;   // r lies inside, edges may touch
+  bool contains(const QelRect& r) const;  // r lies inside, edges may touch
   // The two share at least one pixel. Inline: containers test every object's box with it.
   bool intersects(const QelRect& r) const {
     return x < r.right64() && r.x < right64() && y < r.bottom64() && bottom64() > r.y;

@@ -106,8 +106,7 @@ class QelGraphic {
   // Mirrors the object across its box's vertical (QelVertical) or horizontal axis.
   virtual void symmetry(unsigned int axis);
   // Reads the X resources of `objectName` (class `objectClass`) through the display.
-  virtual void applyResources(QelDisplay* display, const char* objectName,
-                              const char* objectClass);
+  virtual void applyResources(QelDisplay* display, const char* objectName, const char* objectClass);
   virtual QelGraphic* copy() const = 0;
   virtual void write(QelOutputFile& file) const = 0;
   virtual void print(std::ostream& out, int level = 0) const;

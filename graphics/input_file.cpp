@@ -6,8 +6,8 @@
 #include <cstdint>
 #include <cstdio>
 #include <iomanip>
-#include <string>
 #include <memory>
+#include <string>
 
 #include "base/messages.h"
 #include "base/symbol.h"

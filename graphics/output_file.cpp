@@ -1,7 +1,7 @@
 #include "graphics/output_file.h"
 
-#include <cmath>
 #include <cctype>
+#include <cmath>
 #include <cstring>
 #include <ctime>
 #include <limits>

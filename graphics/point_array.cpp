@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <vector>
 
-#include "graphics/segment.h"
+#include "graphics/line_geometry.h"
 #include "graphics/transformer.h"
 
 namespace {

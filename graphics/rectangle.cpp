@@ -10,9 +10,9 @@
 #include "display/palette.h"
 #include "graphics/class_info.h"
 #include "graphics/input_file.h"
+#include "graphics/line_geometry.h"
 #include "graphics/output_file.h"
 #include "graphics/region.h"
-#include "graphics/segment.h"
 #include "graphics/transformer.h"
 
 namespace {

@@ -175,7 +175,7 @@ void QelDrawSelection::boundingBox(QelRect& rect, const QelTransformer* t) const
   }
   _object->boundingBox(rect, t);
   rect = QelRectBetween(int64_t(rect.x) - _size, int64_t(rect.y) - _size, rect.right64() + _size,
-                       rect.bottom64() + _size);
+                        rect.bottom64() + _size);
 }
 
 QelGraphic* QelDrawSelection::copy() const {

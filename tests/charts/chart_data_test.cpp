@@ -3,8 +3,8 @@
 #include <cmath>
 #include <limits>
 #include <memory>
-#include <string>
 #include <sstream>
+#include <string>
 #include <vector>
 
 #include "charts/chart_data.h"

@@ -135,11 +135,10 @@ TEST_F(SessionTest, DumpDeviceReceivesEveryOperationAsCalledAndNothingIsDrawn) {
   EXPECT_EQ(recorder.calls,
             (std::vector<std::string>{
                 "fillRectangle 0 0 30 30", "drawPolyLine relative 5 6 2 1 1",
-                "fillPolyLine relative 5 6 2 1 1 1", "clearArea 1 1 5 5 1",
-                "clearArea region 2 0", "drawShadowRectangle 2 3 20 10 2",
-                "drawReliefRectangle 2 3 20 10 3", "drawReliefPolyline 2 2", "drawLabel 4 1",
-                "drawMarker 10 10 1023 3", "drawArrow 4 5 2", "setClip rect 3 8",
-                "setClip region 2", "setClip mask 4 5 1"}));
+                "fillPolyLine relative 5 6 2 1 1 1", "clearArea 1 1 5 5 1", "clearArea region 2 0",
+                "drawShadowRectangle 2 3 20 10 2", "drawReliefRectangle 2 3 20 10 3",
+                "drawReliefPolyline 2 2", "drawLabel 4 1", "drawMarker 10 10 1023 3",
+                "drawArrow 4 5 2", "setClip rect 3 8", "setClip region 2", "setClip mask 4 5 1"}));
   // The palette's graphics context is left as it was, and the window untouched.
   EXPECT_FALSE(p->hasClip());
   Image image = read(port);

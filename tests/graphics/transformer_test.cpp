@@ -91,7 +91,8 @@ TEST(TransformerTest, InverseUndoesApplyAndComputeInverseAgrees) {
   // Inverted in place, the transformer is the same inverse.
   QelTransformer self = t;
   ASSERT_TRUE(self.computeInverse(self));
-  for (QelPoint p : {QelPoint(0, 0), QelPoint(13, -200)}) EXPECT_EQ(mapped(self, p), mapped(back, p));
+  for (QelPoint p : {QelPoint(0, 0), QelPoint(13, -200)})
+    EXPECT_EQ(mapped(self, p), mapped(back, p));
   QelFloatPoint f(1.25f, -3.5f);
   t.apply(f);
   ASSERT_TRUE(t.inverse(f));

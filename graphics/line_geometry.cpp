@@ -1,4 +1,4 @@
-#include "graphics/segment.h"
+#include "graphics/line_geometry.h"
 
 #include <algorithm>
 #include <cmath>
