@@ -151,6 +151,13 @@ void QelContainer::forget(QelGraphic* obj) {
   if (_pressed == obj) _pressed = nullptr;
 }
 
+void QelContainer::setPressed(QelGraphic* obj) {
+  if (obj == _pressed) return;
+  QelGraphic* before = _pressed;
+  _pressed = obj;
+  if (gadgetSupport && gadgetSupport->pressedChanged) gadgetSupport->pressedChanged(before, obj);
+}
+
 void QelContainer::swap(QelGraphic* first, QelGraphic* second) {
   auto a = std::find(_objects.begin(), _objects.end(), first);
   auto b = std::find(_objects.begin(), _objects.end(), second);
@@ -245,7 +252,7 @@ int QelContainer::dispatchToObjects(QelEvent& event) {
     QelGraphic* found = lastContains(QelPoint(event.x, event.y));
     // Only a plain button down picks a new pressed object; the second click of a double click
     // and modified presses go on to the object pressed first.
-    if (event.type == QelButtonDown && (event.modifiers & 0xf) == 0) _pressed = found;
+    if (event.type == QelButtonDown && (event.modifiers & 0xf) == 0) setPressed(found);
     target = _pressed ? _pressed : found;
   }
   return handleEvent(target, event);

@@ -30,12 +30,13 @@ class QelViewObjectInteractor {
 };
 
 // Gadgets come later in the build than the container, which must still treat them apart: an
-// inactive gadget takes no events and one without an interactor handles its own. The gadget
-// module installs these answers.
+// inactive gadget takes no events, one without an interactor handles its own, and a gadget
+// holds the keyboard focus while it is the pressed object. The gadget module installs these.
 struct QelGadgetSupport {
   bool (*isGadget)(const QelGraphic* obj);
   bool (*isActive)(const QelGraphic* obj);
   int (*handleEvent)(QelGraphic* obj, QelEvent& event, QelContainer* container);
+  void (*pressedChanged)(QelGraphic* before, QelGraphic* after);
 };
 
 // A keyboard (or other event) binding of the container, run by shortCut.
@@ -148,6 +149,7 @@ class QelContainer : public QelView, public QelGraphicHolder {
   void adopt(QelGraphic* obj);
   // Takes the object out of the list, the membership set and the pressed slot.
   void forget(QelGraphic* obj);
+  void setPressed(QelGraphic* obj);
   QelRect objectBox(const QelGraphic* obj) const;
   // Copies `rect` of the off-screen bitmap to the same place in the window.
   void showFromBuffer(const QelRect& rect);

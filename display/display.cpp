@@ -133,6 +133,8 @@ QelDisplay::QelDisplay(const char* name, const char* displayName, int argc, char
 }
 
 QelDisplay::~QelDisplay() {
+  // The look holds resources of this display: it goes before them.
+  _lookAndFeel.reset();
   if (!_xDisplay) return;
   releaseResources();
   if (_ownsConnection) {

@@ -15,6 +15,7 @@
 
 #include "base/message_database.h"
 #include "base/path.h"
+#include "display/look_and_feel.h"
 #include "display/palette.h"
 #include "graphics/geometry.h"
 
@@ -118,6 +119,15 @@ class QelDisplay {
   // The text of a message name ("&" names are keys of the message database).
   const char* getMessage(const char* name) const { return _messages.getMessage(name); }
   QelMessageDatabase& getMessageDatabase() { return _messages; }
+
+  // --- Gadgets' look ---------------------------------------------------------------------------
+  // The look-and-feel handler of the gadgets on this display (look_and_feel.cpp): the default
+  // factory's on first use, or the one a program set (the display owns it).
+  QelLookAndFeelHandler* getLookAndFeelHandler();
+  void setLookAndFeelHandler(QelLookAndFeelHandler* handler);
+  // Counts the changes of handler, so that a gadget laid out for one look can tell.
+  unsigned int getLookChanges() const { return _lookChanges; }
+  static void SetDefaultLookAndFeelFactory(QelLookAndFeelFactory factory);
 
   // --- Events -------------------------------------------------------------------------------
   // Dispatches, through the dispatch hooks, every event already received or waiting.
@@ -424,4 +434,6 @@ class QelDisplay {
   mutable QelPort* _drawingPort = nullptr;
   mutable const QelRegion* _drawingClip = nullptr;
   QelDumpDevice* _dumpDevice = nullptr;
+  std::unique_ptr<QelLookAndFeelHandler> _lookAndFeel;
+  unsigned int _lookChanges = 0;
 };

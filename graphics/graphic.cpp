@@ -25,6 +25,7 @@ const QelSymbol* symbol(const char* name) {
 }  // namespace
 
 QelGraphicHolder::~QelGraphicHolder() = default;
+QelGraphicObserver::~QelGraphicObserver() = default;
 
 QelNamedProperty::~QelNamedProperty() = default;
 QelClassInfo* QelNamedProperty::getClassInfo() const {
@@ -33,6 +34,11 @@ QelClassInfo* QelNamedProperty::getClassInfo() const {
 void QelNamedProperty::write(QelOutputFile&) const {}
 
 // --- Symbols and class infos ---------------------------------------------------------------
+
+const QelSymbol* QelGraphic::CallbackSymbol() {
+  static auto* s = symbol("__QelCallback");
+  return s;
+}
 
 const QelSymbol* QelGraphic::NameSymbol() {
   static auto* s = symbol("__QelName");

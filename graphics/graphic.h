@@ -34,6 +34,14 @@ struct QelEvent;
 using QelGraphicCallback = void (*)(QelGraphic* graphic, void* clientData);
 using QelApplyObject = void (*)(QelGraphic* graphic, void* arg);
 
+// Told of changes a graphic reports instead of calling its own callbacks (a holder that records
+// or forwards them provides one).
+class QelGraphicObserver {
+ public:
+  virtual ~QelGraphicObserver();
+  virtual void notify(QelGraphic* graphic, const QelSymbol* what) = 0;
+};
+
 // What holds graphics (a container, a manager): it resolves named callbacks and is told when an
 // object it holds needs redrawing.
 class QelGraphicHolder {
@@ -45,6 +53,8 @@ class QelGraphicHolder {
   // An object still held is being destroyed: the holder forgets it (without measuring or
   // drawing it, since only its base part is left).
   virtual void objectDeleted(QelGraphic*) {}
+  // The observer of an object's changes, when the holder has one.
+  virtual QelGraphicObserver* getObserver(const QelGraphic*) const { return nullptr; }
 };
 
 // A persistent, named attachment of a graphic, written with it in data files.
@@ -195,6 +205,8 @@ class QelGraphic {
 
   static QelClassInfo* ClassInfo();
   // The property keys and the accessor names, made by the graphic module's initialiser.
+  // The main callback type ("__QelCallback"): what a graphic calls when it is activated.
+  static const QelSymbol* CallbackSymbol();
   static const QelSymbol* NameSymbol();
   static const QelSymbol* CallbackListSymbol();
   static const QelSymbol* ClientDataSymbol();

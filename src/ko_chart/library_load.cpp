@@ -5,6 +5,10 @@
 #include "base/module_init.h"
 #include "display/container.h"
 #include "display/view.h"
+#include "gadgets/gadget.h"
+#include "gadgets/message_label.h"
+#include "gadgets/motif_look.h"
+#include "gadgets/scroll_bar.h"
 #include "graphics/graphic.h"
 #include "graphics/rectangle.h"
 #include "graphics/selection.h"
@@ -14,12 +18,18 @@ namespace {
 // The toolkit's load order is graphio, graphic, chart, scale, graphset, view, contain, chartcnt,
 // contint, chartint, ..., rectobj, ..., marker, ..., select, ..., gadget, ..., scrollb, ...,
 // msglabel, ...; a module gets its entry here, in that order, once the library contains it.
-constexpr std::array<QelModule, 5> loadOrder{{
+constexpr std::array<QelModule, 11> loadOrder{{
     {"graphic", QelGraphicModuleInit},
     {"view", QelViewModuleInit},
     {"contain", QelContainerModuleInit},
     {"rectobj", QelRectangleModuleInit},
     {"select", QelSelectionModuleInit},
+    {"gadget", QelGadgetModuleInit},
+    {"mlfgadget", QelMotifGadgetModuleInit},
+    {"scrollb", QelScrollBarModuleInit},
+    {"mlfscrollb", QelMotifScrollBarModuleInit},
+    {"msglabel", QelMessageLabelModuleInit},
+    {"mlfmsglabel", QelMotifMessageLabelModuleInit},
 }};
 
 int initializerResults[loadOrder.size() + 1];
