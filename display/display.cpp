@@ -57,6 +57,12 @@ std::string widenColorName(const char* name) {
   return name;
 }
 
+// X colour names are case-insensitive, so the cache folds case: "Red" and "red" are one colour.
+std::string colorKey(std::string name) {
+  for (char& c : name) c = char(std::tolower(static_cast<unsigned char>(c)));
+  return name;
+}
+
 // The eight predefined line styles.
 struct PredefinedLineStyle {
   const char* name;
@@ -158,7 +164,7 @@ bool QelDisplay::initialize(void (*configure)(QelDisplayConfig*)) {
   if (configure) configure(_config.get());
   if (!displayInit()) return false;
   connections().emplace_back(_xDisplay, this);
-  initColors();
+  if (!initColors()) return false;
   initFonts();
   initPatterns();
   initLineStyles();
@@ -220,7 +226,7 @@ bool QelDisplay::displayInit() {
   return true;
 }
 
-void QelDisplay::initColors() {
+bool QelDisplay::initColors() {
   const char* background = getResource("background");
   const char* foreground = getResource("foreground");
   if (!background) background = "gray";
@@ -230,16 +236,24 @@ void QelDisplay::initColors() {
   if (!_defaultBackground) _defaultBackground = getColor("white");
   _defaultForeground = getColor(foreground);
   if (!_defaultForeground) _defaultForeground = getColor("black");
-  _defaultBackground->lock();
-  _defaultForeground->lock();
-  if (_defaultBackground->getIndex() == _defaultForeground->getIndex()) {
+  if (_defaultBackground && _defaultForeground &&
+      _defaultBackground->getIndex() == _defaultForeground->getIndex()) {
+    _defaultBackground->lock();  // released below, which frees what nobody else holds
+    _defaultForeground->lock();
     _defaultBackground->unLock();
     _defaultForeground->unLock();
     _defaultBackground = getColor("white");
     _defaultForeground = getColor("black");
-    _defaultBackground->lock();
-    _defaultForeground->lock();
   }
+  // Every palette draws with these two: a colormap that cannot give even white and black
+  // leaves the display unusable.
+  if (!_defaultBackground || !_defaultForeground) {
+    _defaultBackground = _defaultForeground = nullptr;
+    return false;
+  }
+  _defaultBackground->lock();
+  _defaultForeground->lock();
+  return true;
 }
 
 void QelDisplay::initPatterns() {
@@ -311,8 +325,9 @@ void QelDisplay::releaseResources() {
   std::set<QelFont*> fonts;
   for (const auto& entry : _fonts) fonts.insert(entry.second);
   for (const auto& entry : _fontAliases) fonts.insert(entry.second);
+  fonts.insert(_failedFonts.begin(), _failedFonts.end());
   for (QelFont* font : fonts) delete font;
-  std::vector<QelColor*> colors;
+  std::vector<QelColor*> colors = _mutableColors;
   for (const auto& entry : _colors) colors.push_back(entry.second);
   for (QelColor* color : colors) delete color;
   _defaultBackground = _defaultForeground = nullptr;
@@ -397,36 +412,42 @@ QelColor* QelDisplay::cacheColor(QelColor* color, const std::string& key) {
     delete color;
     return nullptr;
   }
-  if (!color->isMutable()) _colors[{key, _colormap}] = color;
+  // Mutable colours are never shared, but the display still frees the ones left at its end.
+  if (color->isMutable())
+    _mutableColors.push_back(color);
+  else
+    _colors[{key, _colormap}] = color;
   return color;
 }
 
 QelColor* QelDisplay::findColor(const char* name) const {
   if (!name || !*name || std::strlen(name) > kMaxColorNameLength) return nullptr;
-  auto found = _colors.find({widenColorName(name), _colormap});
+  auto found = _colors.find({colorKey(widenColorName(name)), _colormap});
   return found == _colors.end() ? nullptr : found->second;
 }
 
 QelColor* QelDisplay::getColor(const char* name, int isMutable) {
   if (!_xDisplay || !name || !*name || std::strlen(name) > kMaxColorNameLength) return nullptr;
-  std::string key = widenColorName(name);
+  std::string wide = widenColorName(name);
+  std::string key = colorKey(wide);
   if (!isMutable) {
     auto found = _colors.find({key, _colormap});
     if (found != _colors.end()) return found->second;
   }
-  return cacheColor(new QelColor(this, _colormap, key.c_str(), key.c_str(), isMutable), key);
+  return cacheColor(new QelColor(this, _colormap, wide.c_str(), wide.c_str(), isMutable), key);
 }
 
 QelColor* QelDisplay::getColor(unsigned short red, unsigned short green, unsigned short blue,
                                int isMutable) {
   if (!_xDisplay) return nullptr;
-  char key[16];
-  std::snprintf(key, sizeof key, "#%04X%04X%04X", red, green, blue);
+  char name[16];
+  std::snprintf(name, sizeof name, "#%04X%04X%04X", red, green, blue);
+  std::string key = colorKey(name);
   if (!isMutable) {
     auto found = _colors.find({key, _colormap});
     if (found != _colors.end()) return found->second;
   }
-  return cacheColor(new QelColor(this, _colormap, key, red, green, blue, isMutable), key);
+  return cacheColor(new QelColor(this, _colormap, name, red, green, blue, isMutable), key);
 }
 
 QelColor* QelDisplay::getColor(float hue, float saturation, float value, int isMutable) {
@@ -437,20 +458,26 @@ QelColor* QelDisplay::getColor(float hue, float saturation, float value, int isM
 
 QelColor* QelDisplay::getNearestColor(unsigned short red, unsigned short green, unsigned short blue,
                                       unsigned long* distance) const {
+  // Squared 16-bit differences: three of them need more than 32 bits.
+  auto square = [](unsigned short a, unsigned short b) {
+    uint64_t d = a > b ? a - b : b - a;
+    return d * d;
+  };
   QelColor* nearest = nullptr;
-  unsigned long best = 0;
+  uint64_t best = 0;
   for (const auto& entry : _colors) {
     unsigned short r, g, b;
     entry.second->getRGB(r, g, b);
-    auto square = [](long d) { return (unsigned long)(d * d); };
-    unsigned long d = square(long(r) - red) + square(long(g) - green) + square(long(b) - blue);
+    uint64_t d = square(r, red) + square(g, green) + square(b, blue);
     if (!nearest || d < best) nearest = entry.second, best = d;
   }
-  if (distance) *distance = best;
+  if (distance) *distance = (unsigned long)best;
   return nearest;
 }
 
 void QelDisplay::removeColor(QelColor* color) {
+  _mutableColors.erase(std::remove(_mutableColors.begin(), _mutableColors.end(), color),
+                       _mutableColors.end());
   for (auto it = _colors.begin(); it != _colors.end(); ++it)
     if (it->second == color) {
       _colors.erase(it);

@@ -352,7 +352,7 @@ class QelDisplay {
 
   bool initialize(void (*configure)(QelDisplayConfig*));
   bool displayInit();
-  void initColors();
+  bool initColors();
   void initFonts();
   void initPatterns();
   void initLineStyles();
@@ -387,11 +387,14 @@ class QelDisplay {
   int _lastXError = 0;
   int _trappingXErrors = 0;
   int _trappedXError = 0;
+  unsigned long _trapSerial = 0;  // the first request of the outermost trap
 
-  // Caches. Colours are keyed by name (or "#RRRRGGGGBBBB") and colormap.
+  // Caches. Colours are keyed by name (or "#RRRRGGGGBBBB"), case folded, and colormap.
   std::map<std::pair<std::string, QelXColormap*>, QelColor*> _colors;
+  std::vector<QelColor*> _mutableColors;  // not shared, so not cached by name
   std::unordered_map<std::string, QelFont*> _fonts;
   std::unordered_map<std::string, QelFont*> _fontAliases;
+  std::vector<QelFont*> _failedFonts;  // could not be loaded: in no table, freed at the end
   std::unordered_map<std::string, QelBitmap*> _bitmaps;
   std::vector<QelLineStyle*> _lineStyles;
   std::vector<QelPattern*> _patterns;
