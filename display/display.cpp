@@ -179,8 +179,8 @@ bool QelDisplay::initialize(void (*configure)(QelDisplayConfig*)) {
   initPath();
   // The look's button and menu texts use the normal font.
   for (const char* alias : {"button", "menu"})
-    if (QelFont* font = dupFont(findFont("normal") ? findFont("normal") : _defaultFont, alias))
-      font->lock();
+    if (QelFont* font = findFont("normal") ? findFont("normal") : _defaultFont)
+      registerAlias(font, alias);
   _opened = true;
   return true;
 }

@@ -170,7 +170,10 @@ class QelDisplay {
   QelFont* findFont(const char* name) const;
   QelFont* dupFont(QelFont* font, const char* alias);
   QelFont* createSystemFont(const char* xName);
+  // `size` in points.
   QelFont* createFont(const char* family, uint16_t size, uint32_t style, const char* foundry);
+  // The font loaded from exactly this raw X font name, made on a miss.
+  QelFont* getSystemFont(const char* xName);
   void removeFont(QelFont* font);
   QelFont* defaultFont() const { return _defaultFont; }
 
@@ -361,6 +364,9 @@ class QelDisplay {
   void initPath();
   void releaseResources();
   bool makeFont(QelFont* font, const char* xName);
+  bool loadFont(QelFont* font);
+  QelFont* failedFont(const std::string& name) const;
+  QelFont* registerAlias(QelFont* font, const char* alias);
   QelColor* cacheColor(QelColor* color, const std::string& key);
   QelFont* predefinedFont(const char* alias, const char* resource, const char* fallback);
   void filePalette(QelPalette* palette);
