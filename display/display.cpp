@@ -19,9 +19,7 @@
 #include "display/palette.h"
 #include "display/pattern.h"
 #include "display/port.h"
-
-void QelInstallXErrorHandlers();
-void QelInstallXtWarningHandler(XtAppContext context);
+#include "display/x_errors.h"
 
 namespace {
 
@@ -96,11 +94,11 @@ QelDisplay::QelDisplay(void* xDisplay, const char* name, void (*configure)(QelDi
   _xDisplay = static_cast<Display*>(xDisplay);
   if (_xDisplay) {
     toolkitAppContext = XtDisplayToApplicationContext(_xDisplay);
-    QelInstallXtWarningHandler(toolkitAppContext);
+    QelInstallXtWarningHandler(this, toolkitAppContext);
   }
   _name = name && *name ? name : kClassName;
   _config = std::make_unique<QelXDisplayConfig>(_xDisplay);
-  if (!_xDisplay || !initialize(configure)) {
+  if (!initialize(configure)) {
     releaseResources();
     _config.reset();
     _xDisplay = nullptr;
@@ -121,7 +119,7 @@ QelDisplay::QelDisplay(const char* name, const char* displayName, int argc, char
     return;
   }
   XtAppContext context = XtCreateApplicationContext();
-  QelInstallXtWarningHandler(context);
+  QelInstallXtWarningHandler(this, context);
   int count = argc;
   XtDisplayInitialize(context, _xDisplay, _name.c_str(), kClassName, nullptr, 0, &count, argv);
   toolkitAppContext = context;
@@ -186,7 +184,14 @@ bool QelDisplay::initialize(void (*configure)(QelDisplayConfig*)) {
 }
 
 bool QelDisplay::displayInit() {
-  QelInstallXErrorHandlers();
+  // Only the constructor that opens its own connection opens one; an adopting display given no
+  // connection has nothing to set up.
+  if (!_xDisplay) {
+    std::printf("Can't open Display\n");
+    std::fflush(stdout);
+    return false;
+  }
+  QelInstallXErrorHandlers(this);
   const char* stop = getEnvOrResource("QELSTOPONXERROR", "stopOnXError", nullptr);
   _stopOnXError = stop && strcasecmp(stop, "true") == 0;
 
@@ -349,6 +354,8 @@ void QelDisplay::releaseResources() {
   list.erase(std::remove_if(list.begin(), list.end(),
                             [this](const auto& entry) { return entry.second == this; }),
              list.end());
+  // The host's handlers come back with the last display.
+  QelReleaseHandlers(this);
 }
 
 // --- X resources ------------------------------------------------------------------------------
@@ -390,11 +397,12 @@ const char* QelDisplay::getResource(const char* name, const char* defaultValue) 
 }
 
 const char* QelDisplay::getResource(const char* name, const char* objectName,
-                                    const char* objectClass) const {
-  XrmQuark names[] = {XrmStringToQuark(_name.c_str()),
-                      XrmStringToQuark(objectName ? objectName : ""), NULLQUARK};
-  XrmQuark classes[] = {XrmStringToQuark(kClassName),
-                        XrmStringToQuark(objectClass ? objectClass : ""), NULLQUARK};
+                                    const char* objectClass, const char* partName,
+                                    const char* partClass) const {
+  auto quark = [](const char* text) { return XrmStringToQuark(text ? text : ""); };
+  XrmQuark names[] = {quark(_name.c_str()), quark(objectName), NULLQUARK, NULLQUARK};
+  XrmQuark classes[] = {quark(kClassName), quark(objectClass), NULLQUARK, NULLQUARK};
+  if (partName || partClass) names[2] = quark(partName), classes[2] = quark(partClass);
   const char* value = searchResource(_xDisplay, names, classes, name);
   return value && *value ? value : nullptr;
 }
@@ -483,6 +491,39 @@ void QelDisplay::removeColor(QelColor* color) {
       _colors.erase(it);
       return;
     }
+}
+
+// --- Freeing the X side -----------------------------------------------------------------------
+// Each resource's destructor calls these after taking the resource out of its cache; the object
+// is left without its X handle.
+
+void QelDisplay::freeColor(QelColor* color) {
+  if (!color || !color->_allocated) return;
+  if (_xDisplay) XFreeColors(_xDisplay, color->_colormap->getColormap(), &color->_pixel, 1, 0);
+  color->_allocated = 0;
+  color->_pixel = (unsigned long)-1;
+}
+
+void QelDisplay::freeFont(QelFont* font) {
+  if (font) font->release();
+}
+
+void QelDisplay::freePalette(QelPalette* palette) {
+  if (!palette || !palette->_gc) return;
+  if (_xDisplay) XFreeGC(_xDisplay, palette->_gc);
+  palette->_gc = nullptr;
+}
+
+void QelDisplay::freeBitmap(QelBitmap* bitmap) {
+  if (!bitmap || !bitmap->_owned || !bitmap->getDrawable()) return;
+  if (_xDisplay) XFreePixmap(_xDisplay, bitmap->getDrawable());
+  bitmap->setDrawable(0);
+}
+
+void QelDisplay::freeCursor(QelCursor* cursor) {
+  if (!cursor || !cursor->_cursor) return;
+  if (_xDisplay) XFreeCursor(_xDisplay, cursor->_cursor);
+  cursor->_cursor = 0;
 }
 
 // --- Line styles ----------------------------------------------------------------------------

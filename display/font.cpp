@@ -14,7 +14,10 @@ QelFont::QelFont(QelDisplay* display, const char* xName)
     : QelResource(display, xName), _style(QelFontStyleSystem), _xName(xName ? xName : "") {}
 
 QelFont::~QelFont() {
-  if (getDisplay()) getDisplay()->removeFont(this);
+  if (getDisplay()) {
+    getDisplay()->removeFont(this);
+    getDisplay()->freeFont(this);
+  }
   release();
 }
 

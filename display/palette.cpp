@@ -105,11 +105,8 @@ QelPalette::QelPalette(QelDisplay* display, const QelPaletteAttributes& attribut
 }
 
 QelPalette::~QelPalette() {
-  QelDisplay* display = getDisplay();
-  display->removePalette(this);
-  if (_gc && display->getXDisplay()) XFreeGC(display->getXDisplay(), _gc);
-  unLockIf(_attributes.colorPattern);
-  unLockIf(_attributes.pattern);
+  getDisplay()->removePalette(this);
+  getDisplay()->freePalette(this);
   unLockIf(_attributes.lineStyle);
   unLockIf(_attributes.font);
   unLockIf(_attributes.foreground);
