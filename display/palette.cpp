@@ -272,9 +272,11 @@ QelPaletteClip::QelPaletteClip(const QelPalette* palette, const QelRegion* clip)
     : _palette(palette), _clip(palette && palette->getDisplay() ? clip : nullptr) {
   if (!_clip) return;
   _hadClip = _palette->hasClip();
-  _previous = _palette->getClip();
-  _previousMask = _palette->getClipMask();
-  _previousOrigin = _palette->getClipOrigin();
+  if (_hadClip) {
+    _previous = _palette->getClip();
+    _previousMask = _palette->getClipMask();
+    _previousOrigin = _palette->getClipOrigin();
+  }
   _palette->getDisplay()->setClip(_palette, _clip);
 }
 

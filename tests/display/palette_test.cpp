@@ -154,7 +154,7 @@ TEST_F(PaletteTest, ANamedPatternOutlivesTheLastPaletteUsingIt) {
   EXPECT_EQ(orange->getLockCount(), 1u);
   palette->lock();
   palette->unLock();
-  EXPECT_EQ(display->getPattern("kestrel-checker"), pattern);
+  ASSERT_EQ(display->getPattern("kestrel-checker"), pattern);
   QelPalette* again = display->getPalette(nullptr, display->getColor("orange"), pattern);
   EXPECT_EQ(again->getPattern(), pattern);
   again->lock();
