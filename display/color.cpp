@@ -51,10 +51,8 @@ void QelColor::allocate() {
 }
 
 QelColor::~QelColor() {
-  QelDisplay* display = getDisplay();
-  display->removeColor(this);
-  if (_allocated && display->getXDisplay())
-    XFreeColors(display->getXDisplay(), _colormap->getColormap(), &_pixel, 1, 0);
+  getDisplay()->removeColor(this);
+  getDisplay()->freeColor(this);
 }
 
 void QelColor::getRGB(unsigned short& red, unsigned short& green, unsigned short& blue) const {

@@ -44,6 +44,7 @@ class QelColor : public QelResource {
   void setRGB(unsigned short red, unsigned short green, unsigned short blue);
 
  private:
+  friend class QelDisplay;  // freeColor releases the cell
   void allocate();
 
   int _mutable;

@@ -19,9 +19,7 @@
 #include "display/palette.h"
 #include "display/pattern.h"
 #include "display/port.h"
-
-void QelInstallXErrorHandlers();
-void QelInstallXtWarningHandler(XtAppContext context);
+#include "display/x_errors.h"
 
 namespace {
 
@@ -54,6 +52,12 @@ std::string widenColorName(const char* name) {
     for (int i = 1; i <= 6; i += 2) wide.append(name + i, 2).append(name + i, 2);
     return wide;
   }
+  return name;
+}
+
+// X colour names are case-insensitive, so the cache folds case: "Red" and "red" are one colour.
+std::string colorKey(std::string name) {
+  for (char& c : name) c = char(std::tolower(static_cast<unsigned char>(c)));
   return name;
 }
 
@@ -90,11 +94,11 @@ QelDisplay::QelDisplay(void* xDisplay, const char* name, void (*configure)(QelDi
   _xDisplay = static_cast<Display*>(xDisplay);
   if (_xDisplay) {
     toolkitAppContext = XtDisplayToApplicationContext(_xDisplay);
-    QelInstallXtWarningHandler(toolkitAppContext);
+    QelInstallXtWarningHandler(this, toolkitAppContext);
   }
   _name = name && *name ? name : kClassName;
   _config = std::make_unique<QelXDisplayConfig>(_xDisplay);
-  if (!_xDisplay || !initialize(configure)) {
+  if (!initialize(configure)) {
     releaseResources();
     _config.reset();
     _xDisplay = nullptr;
@@ -115,7 +119,7 @@ QelDisplay::QelDisplay(const char* name, const char* displayName, int argc, char
     return;
   }
   XtAppContext context = XtCreateApplicationContext();
-  QelInstallXtWarningHandler(context);
+  QelInstallXtWarningHandler(this, context);
   int count = argc;
   XtDisplayInitialize(context, _xDisplay, _name.c_str(), kClassName, nullptr, 0, &count, argv);
   toolkitAppContext = context;
@@ -160,7 +164,7 @@ bool QelDisplay::initialize(void (*configure)(QelDisplayConfig*)) {
   if (configure) configure(_config.get());
   if (!displayInit()) return false;
   connections().emplace_back(_xDisplay, this);
-  initColors();
+  if (!initColors()) return false;
   initFonts();
   initPatterns();
   initLineStyles();
@@ -175,14 +179,21 @@ bool QelDisplay::initialize(void (*configure)(QelDisplayConfig*)) {
   initPath();
   // The look's button and menu texts use the normal font.
   for (const char* alias : {"button", "menu"})
-    if (QelFont* font = dupFont(findFont("normal") ? findFont("normal") : _defaultFont, alias))
-      font->lock();
+    if (QelFont* font = findFont("normal") ? findFont("normal") : _defaultFont)
+      registerAlias(font, alias);
   _opened = true;
   return true;
 }
 
 bool QelDisplay::displayInit() {
-  QelInstallXErrorHandlers();
+  // Only the constructor that opens its own connection opens one; an adopting display given no
+  // connection has nothing to set up.
+  if (!_xDisplay) {
+    std::printf("Can't open Display\n");
+    std::fflush(stdout);
+    return false;
+  }
+  QelInstallXErrorHandlers(this);
   const char* stop = getEnvOrResource("QELSTOPONXERROR", "stopOnXError", nullptr);
   _stopOnXError = stop && strcasecmp(stop, "true") == 0;
 
@@ -222,7 +233,7 @@ bool QelDisplay::displayInit() {
   return true;
 }
 
-void QelDisplay::initColors() {
+bool QelDisplay::initColors() {
   const char* background = getResource("background");
   const char* foreground = getResource("foreground");
   if (!background) background = "gray";
@@ -232,16 +243,24 @@ void QelDisplay::initColors() {
   if (!_defaultBackground) _defaultBackground = getColor("white");
   _defaultForeground = getColor(foreground);
   if (!_defaultForeground) _defaultForeground = getColor("black");
-  _defaultBackground->lock();
-  _defaultForeground->lock();
-  if (_defaultBackground->getIndex() == _defaultForeground->getIndex()) {
+  if (_defaultBackground && _defaultForeground &&
+      _defaultBackground->getIndex() == _defaultForeground->getIndex()) {
+    _defaultBackground->lock();  // released below, which frees what nobody else holds
+    _defaultForeground->lock();
     _defaultBackground->unLock();
     _defaultForeground->unLock();
     _defaultBackground = getColor("white");
     _defaultForeground = getColor("black");
-    _defaultBackground->lock();
-    _defaultForeground->lock();
   }
+  // Every palette draws with these two: a colormap that cannot give even white and black
+  // leaves the display unusable.
+  if (!_defaultBackground || !_defaultForeground) {
+    _defaultBackground = _defaultForeground = nullptr;
+    return false;
+  }
+  _defaultBackground->lock();
+  _defaultForeground->lock();
+  return true;
 }
 
 void QelDisplay::initPatterns() {
@@ -313,8 +332,9 @@ void QelDisplay::releaseResources() {
   std::set<QelFont*> fonts;
   for (const auto& entry : _fonts) fonts.insert(entry.second);
   for (const auto& entry : _fontAliases) fonts.insert(entry.second);
+  fonts.insert(_failedFonts.begin(), _failedFonts.end());
   for (QelFont* font : fonts) delete font;
-  std::vector<QelColor*> colors;
+  std::vector<QelColor*> colors = _mutableColors;
   for (const auto& entry : _colors) colors.push_back(entry.second);
   for (QelColor* color : colors) delete color;
   _defaultBackground = _defaultForeground = nullptr;
@@ -336,6 +356,8 @@ void QelDisplay::releaseResources() {
   list.erase(std::remove_if(list.begin(), list.end(),
                             [this](const auto& entry) { return entry.second == this; }),
              list.end());
+  // The host's handlers come back with the last display.
+  QelReleaseHandlers(this);
 }
 
 // --- X resources ------------------------------------------------------------------------------
@@ -377,11 +399,12 @@ const char* QelDisplay::getResource(const char* name, const char* defaultValue) 
 }
 
 const char* QelDisplay::getResource(const char* name, const char* objectName,
-                                    const char* objectClass) const {
-  XrmQuark names[] = {XrmStringToQuark(_name.c_str()),
-                      XrmStringToQuark(objectName ? objectName : ""), NULLQUARK};
-  XrmQuark classes[] = {XrmStringToQuark(kClassName),
-                        XrmStringToQuark(objectClass ? objectClass : ""), NULLQUARK};
+                                    const char* objectClass, const char* partName,
+                                    const char* partClass) const {
+  auto quark = [](const char* text) { return XrmStringToQuark(text ? text : ""); };
+  XrmQuark names[] = {quark(_name.c_str()), quark(objectName), NULLQUARK, NULLQUARK};
+  XrmQuark classes[] = {quark(kClassName), quark(objectClass), NULLQUARK, NULLQUARK};
+  if (partName || partClass) names[2] = quark(partName), classes[2] = quark(partClass);
   const char* value = searchResource(_xDisplay, names, classes, name);
   return value && *value ? value : nullptr;
 }
@@ -399,36 +422,42 @@ QelColor* QelDisplay::cacheColor(QelColor* color, const std::string& key) {
     delete color;
     return nullptr;
   }
-  if (!color->isMutable()) _colors[{key, _colormap}] = color;
+  // Mutable colours are never shared, but the display still frees the ones left at its end.
+  if (color->isMutable())
+    _mutableColors.push_back(color);
+  else
+    _colors[{key, _colormap}] = color;
   return color;
 }
 
 QelColor* QelDisplay::findColor(const char* name) const {
   if (!name || !*name || std::strlen(name) > kMaxColorNameLength) return nullptr;
-  auto found = _colors.find({widenColorName(name), _colormap});
+  auto found = _colors.find({colorKey(widenColorName(name)), _colormap});
   return found == _colors.end() ? nullptr : found->second;
 }
 
 QelColor* QelDisplay::getColor(const char* name, int isMutable) {
   if (!_xDisplay || !name || !*name || std::strlen(name) > kMaxColorNameLength) return nullptr;
-  std::string key = widenColorName(name);
+  std::string wide = widenColorName(name);
+  std::string key = colorKey(wide);
   if (!isMutable) {
     auto found = _colors.find({key, _colormap});
     if (found != _colors.end()) return found->second;
   }
-  return cacheColor(new QelColor(this, _colormap, key.c_str(), key.c_str(), isMutable), key);
+  return cacheColor(new QelColor(this, _colormap, wide.c_str(), wide.c_str(), isMutable), key);
 }
 
 QelColor* QelDisplay::getColor(unsigned short red, unsigned short green, unsigned short blue,
                                int isMutable) {
   if (!_xDisplay) return nullptr;
-  char key[16];
-  std::snprintf(key, sizeof key, "#%04X%04X%04X", red, green, blue);
+  char name[16];
+  std::snprintf(name, sizeof name, "#%04X%04X%04X", red, green, blue);
+  std::string key = colorKey(name);
   if (!isMutable) {
     auto found = _colors.find({key, _colormap});
     if (found != _colors.end()) return found->second;
   }
-  return cacheColor(new QelColor(this, _colormap, key, red, green, blue, isMutable), key);
+  return cacheColor(new QelColor(this, _colormap, name, red, green, blue, isMutable), key);
 }
 
 QelColor* QelDisplay::getColor(float hue, float saturation, float value, int isMutable) {
@@ -439,25 +468,64 @@ QelColor* QelDisplay::getColor(float hue, float saturation, float value, int isM
 
 QelColor* QelDisplay::getNearestColor(unsigned short red, unsigned short green, unsigned short blue,
                                       unsigned long* distance) const {
+  // Squared 16-bit differences: three of them need more than 32 bits.
+  auto square = [](unsigned short a, unsigned short b) {
+    uint64_t d = a > b ? a - b : b - a;
+    return d * d;
+  };
   QelColor* nearest = nullptr;
-  unsigned long best = 0;
+  uint64_t best = 0;
   for (const auto& entry : _colors) {
     unsigned short r, g, b;
     entry.second->getRGB(r, g, b);
-    auto square = [](long d) { return (unsigned long)(d * d); };
-    unsigned long d = square(long(r) - red) + square(long(g) - green) + square(long(b) - blue);
+    uint64_t d = square(r, red) + square(g, green) + square(b, blue);
     if (!nearest || d < best) nearest = entry.second, best = d;
   }
-  if (distance) *distance = best;
+  if (distance) *distance = (unsigned long)best;
   return nearest;
 }
 
 void QelDisplay::removeColor(QelColor* color) {
+  _mutableColors.erase(std::remove(_mutableColors.begin(), _mutableColors.end(), color),
+                       _mutableColors.end());
   for (auto it = _colors.begin(); it != _colors.end(); ++it)
     if (it->second == color) {
       _colors.erase(it);
       return;
     }
+}
+
+// --- Freeing the X side -----------------------------------------------------------------------
+// Each resource's destructor calls these after taking the resource out of its cache; the object
+// is left without its X handle.
+
+void QelDisplay::freeColor(QelColor* color) {
+  if (!color || !color->_allocated) return;
+  if (_xDisplay) XFreeColors(_xDisplay, color->_colormap->getColormap(), &color->_pixel, 1, 0);
+  color->_allocated = 0;
+  color->_pixel = (unsigned long)-1;
+}
+
+void QelDisplay::freeFont(QelFont* font) {
+  if (font) font->release();
+}
+
+void QelDisplay::freePalette(QelPalette* palette) {
+  if (!palette || !palette->_gc) return;
+  if (_xDisplay) XFreeGC(_xDisplay, palette->_gc);
+  palette->_gc = nullptr;
+}
+
+void QelDisplay::freeBitmap(QelBitmap* bitmap) {
+  if (!bitmap || !bitmap->_owned || !bitmap->getDrawable()) return;
+  if (_xDisplay) XFreePixmap(_xDisplay, bitmap->getDrawable());
+  bitmap->setDrawable(0);
+}
+
+void QelDisplay::freeCursor(QelCursor* cursor) {
+  if (!cursor || !cursor->_cursor) return;
+  if (_xDisplay) XFreeCursor(_xDisplay, cursor->_cursor);
+  cursor->_cursor = 0;
 }
 
 // --- Line styles ----------------------------------------------------------------------------

@@ -1,6 +1,20 @@
 // The display: the toolkit's connection to one X server. It owns and caches every drawing
 // resource (colours, fonts, line styles, patterns, bitmaps, palettes), answers X resource
 // lookups, knows the toolkit's home and data path, and performs all drawing into ports.
+//
+// Where its methods live (display/):
+//   display.cpp          construction and initialisation, X resources, home and path,
+//                        colours, freeing the X side, line styles, patterns, bitmaps, cursors,
+//                        palettes, views
+//   display_fonts.cpp    fonts: lookup, loading, aliases, the predefined fonts
+//   gc.cpp               changing a palette's graphics context (setForeground ... setClipOrigin)
+//   drawing_session.cpp  openDrawing, closeDrawing, flush, sync, synchronize, bell
+//   draw_shapes.cpp      points, lines, polylines, rectangles, arcs, Bézier curves, paths
+//   draw_text.cpp        strings, 16-bit characters, labels
+//   draw_copy.cpp        copyArea, copyTransparentArea, clearArea, drawBitmap
+//   draw_relief.cpp      shadows and relief, markers, arrows
+//   main_loop.cpp        reading and dispatching events
+//   x_errors.cpp         X error count and trapping (and the handlers, x_errors.h)
 #pragma once
 
 #include <X11/Intrinsic.h>
@@ -102,8 +116,10 @@ class QelDisplay {
   // The value of `name` under the display's name and the class "Tessellar"; trailing blanks
   // are cut. An empty or missing value gives `defaultValue`.
   const char* getResource(const char* name, const char* defaultValue = nullptr) const;
-  // The same under an object name and class (each empty when null); null when missing.
-  const char* getResource(const char* name, const char* objectName, const char* objectClass) const;
+  // The same under an object name and class (each empty when null), and below them, when either
+  // is given, a part's name and class; null rather than a default when missing or empty.
+  const char* getResource(const char* name, const char* objectName, const char* objectClass,
+                          const char* partName = nullptr, const char* partClass = nullptr) const;
   const char* getEnvOrResource(const char* envName, const char* resourceName = nullptr,
                                const char* defaultValue = nullptr) const;
   const char* getHome() const { return _home.c_str(); }
@@ -182,9 +198,19 @@ class QelDisplay {
   QelFont* findFont(const char* name) const;
   QelFont* dupFont(QelFont* font, const char* alias);
   QelFont* createSystemFont(const char* xName);
+  // `size` in points.
   QelFont* createFont(const char* family, uint16_t size, uint32_t style, const char* foundry);
+  // The font loaded from exactly this raw X font name, made on a miss.
+  QelFont* getSystemFont(const char* xName);
   void removeFont(QelFont* font);
   QelFont* defaultFont() const { return _defaultFont; }
+
+  // --- Releasing the X side of a resource (its destructor calls these) ---------------------------
+  void freeColor(QelColor* color);
+  void freeFont(QelFont* font);
+  void freePalette(QelPalette* palette);
+  void freeBitmap(QelBitmap* bitmap);
+  void freeCursor(QelCursor* cursor);
 
   // --- Line styles ------------------------------------------------------------------------------
   QelLineStyle* getLineStyle(const char* name) const;
@@ -210,10 +236,9 @@ class QelDisplay {
   QelCursor* getCursor(unsigned int shape);
   void removeCursor(QelCursor* cursor);
 
-  // --- Palettes
-  // ----------------------------------------------------------------------------------- The shared
-  // palette with these attributes (null arguments mean the display's defaults), made on a miss. The
-  // caller locks what it keeps.
+  // --- Palettes ----------------------------------------------------------------------------------
+  // The shared palette with these attributes (null arguments mean the display's defaults), made
+  // on a miss. The caller locks what it keeps.
   QelPalette* getPalette(QelColor* background, QelColor* foreground, QelPattern* pattern = nullptr,
                          QelColorPattern* colorPattern = nullptr, QelFont* font = nullptr,
                          QelLineStyle* lineStyle = nullptr, uint16_t lineWidth = 0,
@@ -259,8 +284,7 @@ class QelDisplay {
   void setDumpDevice(QelDumpDevice* device) { _dumpDevice = device; }
   QelDumpDevice* getDumpDevice() const { return _dumpDevice; }
 
-  // --- Drawing
-  // ------------------------------------------------------------------------------------
+  // --- Drawing -----------------------------------------------------------------------------------
   void drawPoint(QelPort* port, const QelPalette* palette, const QelPoint& p) const;
   void drawPoints(QelPort* port, const QelPalette* palette, uint32_t count,
                   const QelPoint* points) const;
@@ -364,7 +388,7 @@ class QelDisplay {
 
   bool initialize(void (*configure)(QelDisplayConfig*));
   bool displayInit();
-  void initColors();
+  bool initColors();
   void initFonts();
   void initPatterns();
   void initLineStyles();
@@ -373,6 +397,9 @@ class QelDisplay {
   void initPath();
   void releaseResources();
   bool makeFont(QelFont* font, const char* xName);
+  bool loadFont(QelFont* font);
+  QelFont* failedFont(const std::string& name) const;
+  QelFont* registerAlias(QelFont* font, const char* alias);
   QelColor* cacheColor(QelColor* color, const std::string& key);
   QelFont* predefinedFont(const char* alias, const char* resource, const char* fallback);
   void filePalette(QelPalette* palette);
@@ -399,11 +426,14 @@ class QelDisplay {
   int _lastXError = 0;
   int _trappingXErrors = 0;
   int _trappedXError = 0;
+  unsigned long _trapSerial = 0;  // the first request of the outermost trap
 
-  // Caches. Colours are keyed by name (or "#RRRRGGGGBBBB") and colormap.
+  // Caches. Colours are keyed by name (or "#RRRRGGGGBBBB"), case folded, and colormap.
   std::map<std::pair<std::string, QelXColormap*>, QelColor*> _colors;
+  std::vector<QelColor*> _mutableColors;  // not shared, so not cached by name
   std::unordered_map<std::string, QelFont*> _fonts;
   std::unordered_map<std::string, QelFont*> _fontAliases;
+  std::vector<QelFont*> _failedFonts;  // could not be loaded: in no table, freed at the end
   std::unordered_map<std::string, QelBitmap*> _bitmaps;
   std::vector<QelLineStyle*> _lineStyles;
   std::vector<QelPattern*> _patterns;

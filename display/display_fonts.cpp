@@ -26,6 +26,16 @@ bool fontSetCandidate(const std::string& xName) {
          std::any_of(xName.begin(), xName.end(), [](char c) { return c > ' ' && c < 0x7f; });
 }
 
+// Bitmap fonts come in 75 and 100 dots per inch. The screen's resolution picks one, so that a
+// point on the screen is about a point on paper, and core fonts and font sets (which Xlib
+// matches on its own) agree on the design.
+unsigned fontResolution(Display* x, int screen) {
+  int millimetres = DisplayWidthMM(x, screen);
+  if (millimetres <= 0) return 75;
+  double dpi = DisplayWidth(x, screen) * 25.4 / millimetres;
+  return dpi >= 87.5 ? 100 : 75;
+}
+
 bool fontExists(Display* x, const std::string& xName) {
   if (!sendable(xName)) return false;
   int count = 0;
@@ -45,7 +55,8 @@ QelFont* QelDisplay::findFont(const char* name) const {
 }
 
 // An empty name names nothing (null). Every other name gives a font, whose handle is null when
-// X does not know it; such fonts are cached too, so the failure is reported once per name.
+// X does not know it. Only loaded fonts enter the font table, so a name that failed is tried (and
+// reported) again the next time it is asked for.
 QelFont* QelDisplay::getFont(const char* name) {
   if (!_xDisplay || !name || !*name) return nullptr;
   std::string copy = name;
@@ -61,13 +72,30 @@ QelFont* QelDisplay::getFont(const char* name) {
                     description.foundry.c_str());
 }
 
+// Fonts that could not be loaded are kept aside, out of the font table: the display frees them
+// with itself, and asking for the name again retries with the same object.
+QelFont* QelDisplay::failedFont(const std::string& name) const {
+  for (QelFont* font : _failedFonts)
+    if (font->getName() && name == font->getName()) return font;
+  return nullptr;
+}
+
 QelFont* QelDisplay::createSystemFont(const char* xName) {
   if (!_xDisplay || !xName || !*xName) return nullptr;
   auto cached = _fonts.find(xName);
   if (cached != _fonts.end()) return cached->second;
-  QelFont* font = new QelFont(this, xName);
+  QelFont* font = failedFont(xName);
+  if (!font) font = new QelFont(this, xName);
   makeFont(font, xName);
   return font;
+}
+
+QelFont* QelDisplay::getSystemFont(const char* xName) {
+  if (!_xDisplay || !xName || !*xName) return nullptr;
+  for (const auto* table : {&_fonts, &_fontAliases})
+    for (const auto& entry : *table)
+      if (entry.second->isSystemFont() && entry.second->getXName() == xName) return entry.second;
+  return createSystemFont(xName);
 }
 
 QelFont* QelDisplay::createFont(const char* family, uint16_t size, uint32_t style,
@@ -83,13 +111,15 @@ QelFont* QelDisplay::createFont(const char* family, uint16_t size, uint32_t styl
   if (cached != _fonts.end()) return cached->second;
 
   // Italic designs are "i" in some families and "o" (oblique) in others.
-  std::string xName =
-      QelComposeXFontName(description, description.style & QelFontStyleItalic ? "i" : "r");
+  unsigned resolution = fontResolution(_xDisplay, _screen);
+  std::string xName = QelComposeXFontName(
+      description, description.style & QelFontStyleItalic ? "i" : "r", resolution);
   if ((description.style & QelFontStyleItalic) && !fontExists(_xDisplay, xName)) {
-    std::string oblique = QelComposeXFontName(description, "o");
+    std::string oblique = QelComposeXFontName(description, "o", resolution);
     if (fontExists(_xDisplay, oblique)) xName = oblique;
   }
-  QelFont* font = new QelFont(this, name.c_str(), description);
+  QelFont* font = failedFont(name);
+  if (!font) font = new QelFont(this, name.c_str(), description);
   makeFont(font, xName.c_str());
   return font;
 }
@@ -100,13 +130,22 @@ bool QelDisplay::makeFont(QelFont* font, const char* xName) {
   font->_xName = name ? name : "";
   font->_isFontSet = 0;
   font->_ascent = font->_descent = font->_minWidth = font->_maxWidth = 0;
-  // An alias lives in the alias table only; the font table keeps the font it copies.
-  if (!font->_alias && font->getName()) _fonts[font->getName()] = font;
-
-  if (!_xDisplay || !sendable(font->_xName)) {
+  bool loaded = false;
+  if (!_xDisplay || !sendable(font->_xName))
     QelFatalError("Creating Font: Invalid Font %s", font->_xName.c_str());
-    return false;
-  }
+  else
+    loaded = loadFont(font);
+  // Only a loaded font is filed under its name. An alias lives in the alias table only; the
+  // font table keeps the font it copies.
+  auto failed = std::find(_failedFonts.begin(), _failedFonts.end(), font);
+  if (loaded && failed != _failedFonts.end()) _failedFonts.erase(failed);
+  if (!loaded && failed == _failedFonts.end() && !font->_alias) _failedFonts.push_back(font);
+  if (loaded && !font->_alias && font->getName()) _fonts[font->getName()] = font;
+  return loaded;
+}
+
+bool QelDisplay::loadFont(QelFont* font) {
+  const char* name = font->_xName.c_str();
   XFontSet set = nullptr;
   if (fontSetCandidate(font->_xName)) {
     char** missing = nullptr;
@@ -161,6 +200,8 @@ QelFont* QelDisplay::dupFont(QelFont* font, const char* alias) {
   if (!font->_alias && font->getLockCount() == 0) {
     auto filed = font->getName() ? _fonts.find(font->getName()) : _fonts.end();
     if (filed != _fonts.end() && filed->second == font) _fonts.erase(filed);
+    _failedFonts.erase(std::remove(_failedFonts.begin(), _failedFonts.end(), font),
+                       _failedFonts.end());
     font->setName(alias);
     font->_alias = 1;
     _fontAliases[alias] = font;
@@ -180,33 +221,51 @@ void QelDisplay::removeFont(QelFont* font) {
   for (auto* table : {&_fonts, &_fontAliases})
     for (auto it = table->begin(); it != table->end();)
       it = it->second == font ? table->erase(it) : std::next(it);
+  _failedFonts.erase(std::remove(_failedFonts.begin(), _failedFonts.end(), font),
+                     _failedFonts.end());
   if (_defaultFont == font) _defaultFont = nullptr;
 }
 
-// Each predefined font is registered as a locked alias, so getFont("bold") finds it and nobody
-// can unlock it away. A resource that names an unknown font falls back to the built-in choice;
-// a predefined font that still fails stands in with a copy of the default font.
-QelFont* QelDisplay::predefinedFont(const char* alias, const char* resource, const char* fallback) {
-  const char* name = getResource(resource, fallback);
-  QelFont* font = getFont(name);
-  if ((!font || !font->isValid()) && std::strcmp(name, fallback) != 0) {
-    name = fallback;
-    font = getFont(name);
+// The display's own names for fonts ("default", "bold", "button", ...) are aliases of the very
+// font they stand for, locked once per name: the font stays in the font table under its own
+// name, so asking for that name later finds it instead of loading it a second time.
+QelFont* QelDisplay::registerAlias(QelFont* font, const char* alias) {
+  if (_fontAliases.count(alias)) {
+    QelWarning("QelDisplay::dupFont: font alias %s already used", alias);
+    return findFont(alias);
   }
+  font->_alias = 1;
+  font->lock();
+  _fontAliases[alias] = font;
+  return font;
+}
+
+// A font named by a resource that cannot be loaded is reported, and the built-in choice is
+// tried. A default font with no usable fallback is fatal; any other predefined font that still
+// fails stands in with the default font.
+QelFont* QelDisplay::predefinedFont(const char* alias, const char* resource, const char* fallback) {
   bool isDefault = std::strcmp(alias, "default") == 0;
-  if (!font || !font->isValid()) {
-    if (isDefault) {
-      QelFatalError("QelDisplay: cannot find default font %s", name);
-    } else {
+  bool warned = false;
+  QelFont* font = nullptr;
+  const char* configured = getResource(resource, nullptr);
+  if (configured && std::strcmp(configured, fallback) != 0) {
+    font = getFont(configured);
+    if (!font || !font->isValid()) {
       QelWarning("QelDisplay::initFont: cannot create %s font", alias);
-      if (_defaultFont && _defaultFont->isValid()) font = _defaultFont;
+      warned = true;
+      font = nullptr;
     }
   }
-  if (!font) return nullptr;
-  QelFont* registered = dupFont(font, alias);
-  if (!registered) return findFont(alias);
-  registered->lock();
-  return registered;
+  if (!font) font = getFont(fallback);
+  if (!font || !font->isValid()) {
+    if (isDefault) {
+      QelFatalError("QelDisplay: cannot find default font %s", fallback);
+    } else {
+      if (!warned) QelWarning("QelDisplay::initFont: cannot create %s font", alias);
+      if (_defaultFont) font = _defaultFont;
+    }
+  }
+  return font ? registerAlias(font, alias) : nullptr;
 }
 
 void QelDisplay::initFonts() {

@@ -14,7 +14,10 @@ QelFont::QelFont(QelDisplay* display, const char* xName)
     : QelResource(display, xName), _style(QelFontStyleSystem), _xName(xName ? xName : "") {}
 
 QelFont::~QelFont() {
-  if (getDisplay()) getDisplay()->removeFont(this);
+  if (getDisplay()) {
+    getDisplay()->removeFont(this);
+    getDisplay()->freeFont(this);
+  }
   release();
 }
 
@@ -99,14 +102,17 @@ std::string QelNormalizeFontName(const QelFontDescription& description) {
   return name;
 }
 
-// The size is a pixel size, so a font looks the same on every screen resolution; X scales
-// bitmap fonts when no design matches. Underlining has no X counterpart.
-std::string QelComposeXFontName(const QelFontDescription& description, const char* slant) {
+// The size is a point size, in the name's tenths of a point; the pixel size is left to the
+// server, which scales bitmap fonts when no design matches. Underlining has no X counterpart.
+std::string QelComposeXFontName(const QelFontDescription& description, const char* slant,
+                                unsigned resolution) {
   std::string name = "-";
   name += description.foundry.empty() ? "*" : description.foundry;
   name += "-" + description.family;
   name += (description.style & QelFontStyleBold) ? "-bold-" : "-medium-";
   name += slant ? slant : "r";
-  name += "-normal--" + std::to_string(description.size) + "-*-*-*-*-*-*-*";
+  std::string dpi = resolution ? std::to_string(resolution) : "*";
+  name += "-normal--*-" + std::to_string(unsigned(description.size) * 10) + "-" + dpi + "-" + dpi;
+  name += "-*-*-*-*";
   return name;
 }

@@ -19,7 +19,7 @@ enum QelFontStyle : uint32_t {
 // A toolkit font name taken apart.
 struct QelFontDescription {
   std::string family;
-  uint16_t size = 0;
+  uint16_t size = 0;  // in points
   uint32_t style = 0;
   std::string foundry;  // empty when none was given
 };
@@ -30,8 +30,10 @@ bool QelParseFontName(const char* name, QelFontDescription& description);
 // The one spelling of a description: "%family-size-" then B, I, U as set, then "-", then
 // "-foundry" when there is one.
 std::string QelNormalizeFontName(const QelFontDescription& description);
-// The X font name that stands for a description, using `slant` ("r", "i" or "o").
-std::string QelComposeXFontName(const QelFontDescription& description, const char* slant);
+// The X font name that stands for a description, using `slant` ("r", "i" or "o"), at
+// `resolution` dots per inch (0: any).
+std::string QelComposeXFontName(const QelFontDescription& description, const char* slant,
+                                unsigned resolution = 0);
 
 // The longest font name the toolkit sends to the server (the X logical font description limit).
 constexpr size_t QelMaxXFontNameLength = 255;
@@ -55,6 +57,7 @@ class QelFont : public QelResource {
   int32_t height() const { return _ascent + _descent; }
   int32_t minWidth() const { return _minWidth; }
   int32_t maxWidth() const { return _maxWidth; }
+  // The point size of a toolkit font (0 for a system font).
   uint16_t getSize() const { return _size; }
   uint32_t getStyle() const { return _style; }
   bool isSystemFont() const { return _style & QelFontStyleSystem; }

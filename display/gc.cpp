@@ -123,6 +123,7 @@ void QelDisplay::setClip(const QelPalette* palette, const QelRegion* region) con
   }
   if (!palette || !QelCanDraw(this, nullptr, palette)) return;
   palette->_clipMask = None;
+  palette->_clipOrigin = QelPoint();
   if (!region) {
     palette->_hasClip = false;
     palette->_clip.clear();
@@ -148,12 +149,14 @@ void QelDisplay::setClip(const QelPalette* palette, int32_t x, int32_t y,
   palette->_hasClip = mask != nullptr;
   palette->_clip.clear();
   palette->_clipMask = mask && mask->isValid() ? mask->getPixmap() : None;
+  palette->_clipOrigin = QelPoint(x, y);
   XSetClipOrigin(_xDisplay, palette->getGC(), x, y);
   XSetClipMask(_xDisplay, palette->getGC(), mask && mask->isValid() ? mask->getPixmap() : None);
 }
 
 void QelDisplay::setClipOrigin(const QelPalette* palette, int32_t x, int32_t y) const {
   if (_dumpDevice) return _dumpDevice->setClipOrigin(palette, x, y);
-  if (palette && QelCanDraw(this, nullptr, palette))
-    XSetClipOrigin(_xDisplay, palette->getGC(), x, y);
+  if (!palette || !QelCanDraw(this, nullptr, palette)) return;
+  palette->_clipOrigin = QelPoint(x, y);
+  XSetClipOrigin(_xDisplay, palette->getGC(), x, y);
 }

@@ -61,6 +61,14 @@ QelDispatchHook QelSetDispatchPosthook(QelDispatchHook hook);
 // Hands the event to Xt between the hooks; returns Xt's answer, or 1 when the pre-hook took it.
 int QelDispatchEvent(XEvent* event);
 
+// Watches `fd` for reading on the toolkit's application context and calls `proc` when it is
+// readable (0 without an application context). The toolkit keeps the list of its inputs, so that
+// one whose descriptor was closed under it is dropped when Xt reports the failing select.
+// Defined beside the Xt warning handler that does the dropping (x_errors.cpp).
+XtInputId QelAddInput(int fd, XtInputCallbackProc proc, XtPointer data);
+// 1 when the input was registered and is now removed, 0 when it was unknown (or already dropped).
+int QelRemoveInput(XtInputId id);
+
 // Processes one input of any kind (event, timer, file), waiting for one; returns whether there is
 // an application context to process it in.
 int _QelProcessInput();

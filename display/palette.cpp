@@ -68,6 +68,32 @@ void unLockIf(Resource* resource) {
 QelPalette::QelPalette(QelDisplay* display, int shared)
     : QelPalette(display, QelPaletteAttributes(), shared) {}
 
+namespace {
+
+QelPaletteAttributes attributesOf(QelColor* background, QelColor* foreground, QelFont* font,
+                                  QelPattern* pattern, QelColorPattern* colorPattern,
+                                  QelLineStyle* lineStyle, uint16_t lineWidth, int overwrite,
+                                  QelFillStyle fillStyle, QelArcMode arcMode,
+                                  QelFillRule fillRule) {
+  QelPaletteAttributes a;
+  a.background = background, a.foreground = foreground, a.font = font;
+  a.pattern = pattern, a.colorPattern = colorPattern, a.lineStyle = lineStyle;
+  a.lineWidth = lineWidth, a.overwrite = overwrite, a.fillStyle = fillStyle;
+  a.arcMode = arcMode, a.fillRule = fillRule;
+  return a;
+}
+
+}  // namespace
+
+QelPalette::QelPalette(QelDisplay* display, QelColor* background, QelColor* foreground,
+                       QelFont* font, QelPattern* pattern, QelColorPattern* colorPattern,
+                       QelLineStyle* lineStyle, uint16_t lineWidth, int overwrite,
+                       QelFillStyle fillStyle, QelArcMode arcMode, QelFillRule fillRule)
+    : QelPalette(display,
+                 attributesOf(background, foreground, font, pattern, colorPattern, lineStyle,
+                              lineWidth, overwrite, fillStyle, arcMode, fillRule),
+                 0) {}
+
 QelPalette::QelPalette(QelDisplay* display, const QelPaletteAttributes& attributes, int shared)
     : QelResource(display), _shared(shared), _attributes(attributes), _clip(8) {
   display->normalize(_attributes);
@@ -75,17 +101,12 @@ QelPalette::QelPalette(QelDisplay* display, const QelPaletteAttributes& attribut
   lockIf(_attributes.foreground);
   lockIf(_attributes.font);
   lockIf(_attributes.lineStyle);
-  lockIf(_attributes.pattern);
-  lockIf(_attributes.colorPattern);
   makePalette();
 }
 
 QelPalette::~QelPalette() {
-  QelDisplay* display = getDisplay();
-  display->removePalette(this);
-  if (_gc && display->getXDisplay()) XFreeGC(display->getXDisplay(), _gc);
-  unLockIf(_attributes.colorPattern);
-  unLockIf(_attributes.pattern);
+  getDisplay()->removePalette(this);
+  getDisplay()->freePalette(this);
   unLockIf(_attributes.lineStyle);
   unLockIf(_attributes.font);
   unLockIf(_attributes.foreground);
@@ -203,21 +224,16 @@ void QelPalette::setLineWidth(uint16_t width) {
            [&] { getDisplay()->setLineStyle(this, _attributes.lineStyle, width); });
 }
 
+// Patterns belong to the display's pattern lists, not to the palettes using them: a named
+// pattern stays for the next palette that asks for it.
 void QelPalette::setPattern(QelPattern* pattern) {
   if (!pattern) pattern = getDisplay()->solidPattern();
-  if (pattern == _attributes.pattern) return;
-  QelPaletteAttributes before = _attributes;
-  replace(_attributes.pattern, pattern);
-  getDisplay()->setPattern(this, pattern);
-  attributesChanged(before);
+  setPlain(_attributes.pattern, pattern, [&] { getDisplay()->setPattern(this, pattern); });
 }
 
 void QelPalette::setColorPattern(QelColorPattern* pattern) {
-  if (pattern == _attributes.colorPattern) return;
-  QelPaletteAttributes before = _attributes;
-  replace(_attributes.colorPattern, pattern);
-  getDisplay()->setColorPattern(this, pattern);
-  attributesChanged(before);
+  setPlain(_attributes.colorPattern, pattern,
+           [&] { getDisplay()->setColorPattern(this, pattern); });
 }
 
 void QelPalette::setMode(QelDrawMode mode) {
@@ -254,9 +270,34 @@ void QelPalette::setClip(const QelRegion* region) {
 
 QelPaletteClip::QelPaletteClip(const QelPalette* palette, const QelRegion* clip)
     : _palette(palette), _clip(palette && palette->getDisplay() ? clip : nullptr) {
-  if (_clip) _palette->getDisplay()->setClip(_palette, _clip);
+  if (!_clip) return;
+  _hadClip = _palette->hasClip();
+  if (_hadClip) {
+    _previous = _palette->getClip();
+    _previousMask = _palette->getClipMask();
+    _previousOrigin = _palette->getClipOrigin();
+  }
+  _palette->getDisplay()->setClip(_palette, _clip);
 }
 
+// Scopes nest (a chart clips its palette, and the graphic it draws clips it again), so the end
+// of one puts back whatever clip the palette had when it began.
 QelPaletteClip::~QelPaletteClip() {
-  if (_clip) _palette->getDisplay()->setClip(_palette, static_cast<const QelRegion*>(nullptr));
+  if (!_clip) return;
+  QelDisplay* display = _palette->getDisplay();
+  if (!_hadClip) {
+    display->setClip(_palette, static_cast<const QelRegion*>(nullptr));
+  } else if (_previousMask == None) {
+    display->setClip(_palette, &_previous);
+    if (!(_previousOrigin == QelPoint()))
+      display->setClipOrigin(_palette, _previousOrigin.x, _previousOrigin.y);
+  } else if (display->getXDisplay() && _palette->getGC() && !display->getDumpDevice()) {
+    // A mask clip: the mask bitmap is its owner's, and still there while the palette uses it.
+    XSetClipOrigin(display->getXDisplay(), _palette->getGC(), _previousOrigin.x, _previousOrigin.y);
+    XSetClipMask(display->getXDisplay(), _palette->getGC(), _previousMask);
+    _palette->_hasClip = true;
+    _palette->_clip.clear();
+    _palette->_clipMask = _previousMask;
+    _palette->_clipOrigin = _previousOrigin;
+  }
 }

@@ -63,6 +63,12 @@ class QelPalette : public QelResource {
   explicit QelPalette(QelDisplay* display, int shared = 0);
   // Null colours, font, pattern and line style become the display's defaults.
   QelPalette(QelDisplay* display, const QelPaletteAttributes& attributes, int shared = 0);
+  // An unshared palette from its attributes in this order (null resources are the defaults).
+  QelPalette(QelDisplay* display, QelColor* background, QelColor* foreground,
+             QelFont* font = nullptr, QelPattern* pattern = nullptr,
+             QelColorPattern* colorPattern = nullptr, QelLineStyle* lineStyle = nullptr,
+             uint16_t lineWidth = 0, int overwrite = 0, QelFillStyle fillStyle = QelFillPattern,
+             QelArcMode arcMode = QelArcPie, QelFillRule fillRule = QelEvenOddRule);
   ~QelPalette() override;
 
   // Shared palettes die at lock count zero; an unshared one stays for its owner to delete.
@@ -88,28 +94,32 @@ class QelPalette : public QelResource {
   bool hasClip() const { return _hasClip; }
   // The mask bitmap's pixmap when the clip is a mask (setClip with a bitmap), else None.
   Pixmap getClipMask() const { return _clipMask; }
+  const QelPoint& getClipOrigin() const { return _clipOrigin; }
 
-  // Each replaces the attribute (locking the new resource, unlocking the old one) and changes
-  // the graphics context in place. A shared palette is re-filed under its new attributes.
-  void setForeground(QelColor* color);
-  void setBackground(QelColor* color);
-  void setFont(QelFont* font);
-  void setLineStyle(QelLineStyle* style);
-  void setLineWidth(uint16_t width);
-  void setPattern(QelPattern* pattern);
-  void setColorPattern(QelColorPattern* pattern);
-  void setMode(QelDrawMode mode);
-  void setFillStyle(QelFillStyle style);
-  void setArcMode(QelArcMode mode);
-  void setFillRule(QelFillRule rule);
-  void setOverwrite(int overwrite);
-  void setPlaneMask(uint32_t mask);
+  // Each replaces the attribute (locking the new colour, font or line style and unlocking the
+  // old one) and changes the graphics context in place. A shared palette is re-filed under its
+  // new attributes. Virtual, so that a palette kind can follow its attributes.
+  virtual void setForeground(QelColor* color);
+  virtual void setBackground(QelColor* color);
+  virtual void setFont(QelFont* font);
+  virtual void setLineStyle(QelLineStyle* style);
+  virtual void setLineWidth(uint16_t width);
+  // Patterns are not locked: the display's pattern lists keep them.
+  virtual void setPattern(QelPattern* pattern);
+  virtual void setColorPattern(QelColorPattern* pattern);
+  virtual void setMode(QelDrawMode mode);
+  virtual void setFillStyle(QelFillStyle style);
+  virtual void setArcMode(QelArcMode mode);
+  virtual void setFillRule(QelFillRule rule);
+  virtual void setOverwrite(int overwrite);
+  virtual void setPlaneMask(uint32_t mask);
   // A null rectangle or region removes the clip.
-  void setClip(const QelRect* rect);
-  void setClip(const QelRegion* region);
+  virtual void setClip(const QelRect* rect);
+  virtual void setClip(const QelRegion* region);
 
  private:
-  friend class QelDisplay;  // the GC operations keep the clip and plane mask current
+  friend class QelDisplay;      // the GC operations keep the clip and plane mask current
+  friend class QelPaletteClip;  // puts a mask clip back as it was
   void makePalette();
   template <typename Resource>
   void replace(Resource*& field, Resource* value);
@@ -125,10 +135,12 @@ class QelPalette : public QelResource {
   mutable QelRegion _clip;
   mutable bool _hasClip = false;
   mutable Pixmap _clipMask = None;
+  mutable QelPoint _clipOrigin;
   GC _gc = nullptr;
 };
 
-// Sets `clip` (when there is one) on the palette for one drawing and takes it off again after.
+// Sets `clip` (when there is one) on the palette for one drawing, and puts the palette's
+// previous clip back after, so that scopes on one palette nest.
 class QelPaletteClip {
  public:
   QelPaletteClip(const QelPalette* palette, const QelRegion* clip);
@@ -139,4 +151,8 @@ class QelPaletteClip {
  private:
   const QelPalette* _palette;
   const QelRegion* _clip;
+  bool _hadClip = false;
+  QelRegion _previous;
+  Pixmap _previousMask = None;
+  QelPoint _previousOrigin;
 };

@@ -155,11 +155,9 @@ QelPalette* QelReadPalette(QelDisplay& display, std::istream& in) {
   if (hasPattern) a.pattern = display.getPattern(pattern.c_str());
   if (hasFont) {
     a.font = display.getFont(font.c_str());
-    // A font that cannot be loaded draws with the default; nobody keeps the failed one.
-    if (a.font && !a.font->isValid()) {
-      if (a.font->getLockCount() == 0) delete a.font;
-      a.font = nullptr;
-    }
+    // A font that cannot be loaded draws with the default. The failed one is the display's:
+    // another caller may hold it.
+    if (a.font && !a.font->isValid()) a.font = nullptr;
   }
   return display.getPalette(a);
 }

@@ -31,5 +31,5 @@ QelCursor::QelCursor(QelDisplay* display, unsigned int shape, const char* name)
 
 QelCursor::~QelCursor() {
   getDisplay()->removeCursor(this);
-  if (_cursor) XFreeCursor(getDisplay()->getXDisplay(), _cursor);
+  getDisplay()->freeCursor(this);
 }

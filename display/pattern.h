@@ -44,5 +44,6 @@ class QelCursor : public QelResource {
   Cursor getXCursor() const { return _cursor; }
 
  private:
+  friend class QelDisplay;  // freeCursor releases the X cursor
   Cursor _cursor;
 };

@@ -11,17 +11,16 @@ bool validSize(uint32_t width, uint32_t height) {
   return width && height && width <= kMaxPixmapSide && height <= kMaxPixmapSide;
 }
 
-// Creates a pixmap and waits for the server's answer: a refused pixmap (out of memory, bad
-// depth) must be known now, not as an asynchronous error later.
+// Creates a pixmap and waits for the server's answer, one round trip: a refused pixmap (out of
+// memory, bad depth) must be known now, not as an asynchronous error later.
 Pixmap createPixmap(QelDisplay* display, uint32_t width, uint32_t height, uint16_t depth,
                     const unsigned char* bits) {
   Display* x = display->getXDisplay();
   if (!x || !validSize(width, height)) return 0;
   display->trapXErrors();
-  Pixmap pixmap =
-      bits ? XCreateBitmapFromData(x, display->getGCDrawable(), reinterpret_cast<const char*>(bits),
-                                   width, height)
-           : XCreatePixmap(x, display->getGCDrawable(), width, height, depth);
+  Pixmap pixmap = bits ? XCreateBitmapFromData(x, display->getGCDrawable(),
+                                               reinterpret_cast<const char*>(bits), width, height)
+                       : XCreatePixmap(x, display->getGCDrawable(), width, height, depth);
   if (display->untrapXErrors() && pixmap) {
     display->trapXErrors();  // the id was never made: freeing it only draws a BadPixmap
     XFreePixmap(x, pixmap);
@@ -38,7 +37,9 @@ QelPort::QelPort(QelDisplay* display, Drawable drawable, uint32_t width, uint32_
 
 QelPort::~QelPort() = default;
 
-uint16_t QelPort::depth() const { return _display ? _display->depth() : 0; }
+uint16_t QelPort::depth() const {
+  return _display ? _display->depth() : 0;
+}
 
 QelBitmap::QelBitmap(QelDisplay* display, uint32_t width, uint32_t height, uint16_t depth,
                      const char* name)
@@ -60,10 +61,10 @@ QelBitmap::QelBitmap(QelDisplay* display, Drawable drawable, uint32_t width, uin
 }
 
 QelBitmap::~QelBitmap() {
-  if (getDisplay()) getDisplay()->removeBitmap(this);
   delete _mask;
-  if (_owned && getDrawable() && getDisplay()->getXDisplay())
-    XFreePixmap(getDisplay()->getXDisplay(), getDrawable());
+  if (!getDisplay()) return;
+  getDisplay()->removeBitmap(this);
+  getDisplay()->freeBitmap(this);
 }
 
 void QelBitmap::setName(const char* name) {

@@ -43,8 +43,8 @@ class QelBitmap : public QelPort {
   QelBitmap(QelDisplay* display, uint32_t width, uint32_t height, const unsigned char* bits,
             const char* name = nullptr);
   // Stands for an existing drawable it does not own (the display's screen port).
-  QelBitmap(QelDisplay* display, Drawable drawable, uint32_t width, uint32_t height,
-            uint16_t depth, const char* name);
+  QelBitmap(QelDisplay* display, Drawable drawable, uint32_t width, uint32_t height, uint16_t depth,
+            const char* name);
   ~QelBitmap() override;
 
   uint16_t depth() const override { return _depth; }
@@ -64,6 +64,7 @@ class QelBitmap : public QelPort {
   void unLock();
 
  private:
+  friend class QelDisplay;  // freeBitmap releases the pixmap
   uint16_t _depth;
   bool _named = false;
   std::string _name;

@@ -1,5 +1,7 @@
 // The toolkit's X error, X I/O error and Xt warning handlers, and the inputs the Xt loop
 // watches for the toolkit.
+#include "display/x_errors.h"
+
 #include <X11/Intrinsic.h>
 #include <fcntl.h>
 
@@ -9,9 +11,12 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
+#include <map>
+#include <set>
 #include <vector>
 
 #include "display/display.h"
+#include "display/main_loop.h"
 
 namespace {
 
@@ -33,7 +38,8 @@ class QelDisplayErrorHandlers {
  public:
   static int error(Display* xDisplay, XErrorEvent* event) {
     QelDisplay* display = QelDisplay::Find(xDisplay);
-    if (display && display->_trappingXErrors) {
+    // Only the requests made since the trap began are the trapping caller's.
+    if (display && display->_trappingXErrors && event->serial >= display->_trapSerial) {
       if (!display->_trappedXError) display->_trappedXError = event->error_code;
       display->_lastXError = event->error_code;
       return 0;
@@ -57,17 +63,87 @@ class QelDisplayErrorHandlers {
   }
 };
 
-void QelInstallXErrorHandlers() {
-  XSetErrorHandler(QelDisplayErrorHandlers::error);
-  XSetIOErrorHandler(QelDisplayErrorHandlers::ioError);
+namespace {
+
+// What the handlers replaced, and the displays that still rely on them.
+struct XHandlers {
+  XErrorHandler previousError = nullptr;
+  XIOErrorHandler previousIOError = nullptr;
+  std::set<const QelDisplay*> users;
+};
+XHandlers& xHandlers() {
+  static XHandlers handlers;
+  return handlers;
 }
 
-int QelDisplay::GetXErrorCount() { return totalXErrors; }
+struct XtWarningHandler {
+  XtErrorHandler previous = nullptr;
+  std::set<const QelDisplay*> users;
+};
+std::map<XtAppContext, XtWarningHandler>& xtWarningHandlers() {
+  static std::map<XtAppContext, XtWarningHandler> handlers;
+  return handlers;
+}
 
+// Puts `previous` back unless somebody replaced ours meanwhile: theirs then stays.
+template <typename Handler, typename Set>
+void restore(Handler ours, Handler previous, Set set) {
+  Handler current = set(previous);
+  if (current != ours) set(current);
+}
+
+void warningHandler(String message);
+
+}  // namespace
+
+void QelInstallXErrorHandlers(const QelDisplay* display) {
+  XHandlers& handlers = xHandlers();
+  if (handlers.users.empty()) {
+    handlers.previousError = XSetErrorHandler(QelDisplayErrorHandlers::error);
+    handlers.previousIOError = XSetIOErrorHandler(QelDisplayErrorHandlers::ioError);
+  }
+  handlers.users.insert(display);
+}
+
+void QelInstallXtWarningHandler(const QelDisplay* display, XtAppContext context) {
+  if (!context) return;
+  XtWarningHandler& handler = xtWarningHandlers()[context];
+  if (handler.users.empty()) handler.previous = XtAppSetWarningHandler(context, warningHandler);
+  handler.users.insert(display);
+}
+
+void QelReleaseHandlers(const QelDisplay* display) {
+  XHandlers& handlers = xHandlers();
+  if (handlers.users.erase(display) && handlers.users.empty()) {
+    restore<XErrorHandler>(QelDisplayErrorHandlers::error, handlers.previousError,
+                           XSetErrorHandler);
+    restore<XIOErrorHandler>(QelDisplayErrorHandlers::ioError, handlers.previousIOError,
+                             XSetIOErrorHandler);
+  }
+  auto& contexts = xtWarningHandlers();
+  for (auto it = contexts.begin(); it != contexts.end();) {
+    if (!it->second.users.erase(display) || !it->second.users.empty()) {
+      ++it;
+      continue;
+    }
+    XtAppContext context = it->first;
+    restore<XtErrorHandler>(warningHandler, it->second.previous, [context](XtErrorHandler h) {
+      return XtAppSetWarningHandler(context, h);
+    });
+    it = contexts.erase(it);
+  }
+}
+
+int QelDisplay::GetXErrorCount() {
+  return totalXErrors;
+}
+
+// The requests of a trap are told apart by their serial numbers, so that one round trip, at the
+// end, is all a trap costs.
 void QelDisplay::trapXErrors() {
   if (!_xDisplay) return;
   if (_trappingXErrors++ == 0) {
-    XSync(_xDisplay, False);  // earlier requests' errors are not this caller's
+    _trapSerial = NextRequest(_xDisplay);
     _trappedXError = 0;
   }
 }
@@ -80,22 +156,22 @@ int QelDisplay::untrapXErrors() {
   return code;
 }
 
-// Registers `fd` with the Xt loop on behalf of the toolkit.
 XtInputId QelAddInput(int fd, XtInputCallbackProc proc, XtPointer data) {
   XtAppContext context = QelDisplay::GetAppContext();
-  if (!context) return 0;
-  XtInputId id = XtAppAddInput(context, fd, reinterpret_cast<XtPointer>(XtInputReadMask), proc,
-                               data);
+  if (!context || fd < 0 || !proc) return 0;
+  XtInputId id =
+      XtAppAddInput(context, fd, reinterpret_cast<XtPointer>(XtInputReadMask), proc, data);
   inputs().push_back({fd, id});
   return id;
 }
 
-void QelRemoveInput(XtInputId id) {
+int QelRemoveInput(XtInputId id) {
   auto& list = inputs();
   auto found = std::find_if(list.begin(), list.end(), [id](const auto& in) { return in.id == id; });
-  if (found == list.end()) return;
+  if (found == list.end()) return 0;
   XtRemoveInput(id);
   list.erase(found);
+  return 1;
 }
 
 namespace {
@@ -116,7 +192,3 @@ void warningHandler(String message) {
 }
 
 }  // namespace
-
-void QelInstallXtWarningHandler(XtAppContext context) {
-  if (context) XtAppSetWarningHandler(context, warningHandler);
-}

@@ -26,7 +26,12 @@ void checkColorRules(QelDisplay* display) {
   ASSERT_NE(red, nullptr);
   EXPECT_EQ(display->getColor("red"), red);
   EXPECT_EQ(display->findColor("red"), red);
+  // X colour names ignore case, and so does the cache; an RGB request is the same colour too.
   using u16 = unsigned short;
+  EXPECT_EQ(display->getColor("Red"), red);
+  EXPECT_EQ(display->findColor("RED"), red);
+  EXPECT_EQ(display->getColor("#00FF88"), short3);
+  EXPECT_EQ(display->getColor(u16(0), u16(0xffff), u16(0x8888)), short3);
   EXPECT_EQ(display->getColor(u16(0xffff), u16(0), u16(0)),
             display->getColor(u16(0xffff), u16(0), u16(0)));
   EXPECT_EQ(display->getColor(0.0f, 1.0f, 1.0f), display->getColor(u16(0xffff), u16(0), u16(0)));

@@ -1,8 +1,10 @@
 #include <gtest/gtest.h>
 
 #include <dlfcn.h>
+#include <unistd.h>
 
 #include <algorithm>
+#include <cstdio>
 #include <cstring>
 #include <string>
 
@@ -53,10 +55,13 @@ TEST_F(FontTest, EquivalentNamesGiveOneLoadedFont) {
   EXPECT_EQ(display->getFont("%helvetica-12-BI-"), bold);
   EXPECT_EQ(bold->getSize(), 12);
   EXPECT_EQ(bold->getStyle(), uint32_t(QelFontStyleBold | QelFontStyleItalic));
-  // Helvetica's italic is an oblique design; times has a true italic.
-  EXPECT_NE(matchedName(bold).find("-helvetica-bold-o-normal--12-"), std::string::npos);
+  // Sizes are points, in tenths in the X name, at the screen's resolution (the private server's
+  // is 100 dots per inch, where 12 points are 17 pixels). Helvetica's italic is an oblique
+  // design; times has a true italic.
+  EXPECT_EQ(bold->getXName(), "-*-helvetica-bold-o-normal--*-120-100-100-*-*-*-*");
+  EXPECT_NE(matchedName(bold).find("-helvetica-bold-o-normal--17-120-100-100-"), std::string::npos);
   QelFont* times = display->getFont("%times-14-I-adobe");
-  EXPECT_NE(matchedName(times).find("-adobe-times-medium-i-normal--14-"), std::string::npos);
+  EXPECT_NE(matchedName(times).find("-adobe-times-medium-i-normal--20-140-"), std::string::npos);
   EXPECT_GT(bold->textWidth("MMM", -1), bold->textWidth("iii", -1));
 
   QelFont* fixed = display->getFont("fixed");
@@ -88,11 +93,14 @@ TEST_F(FontTest, UnknownAndOverLongNamesAreFatalAndNeverReachTheServer) {
   QelFont* unknown = display->getFont("no-such-font");
   ASSERT_NE(unknown, nullptr);
   EXPECT_FALSE(unknown->isValid());
-  EXPECT_EQ(display->getFont("no-such-font"), unknown);  // reported once, then cached
+  // Never filed under its name: asking again tries again (with the same object).
+  EXPECT_EQ(display->findFont("no-such-font"), nullptr);
+  EXPECT_EQ(display->getFont("no-such-font"), unknown);
   EXPECT_FALSE(display->getFont("%nosuchfamily-12-")->isValid());
+  EXPECT_EQ(display->findFont("%nosuchfamily-12--"), nullptr);
   std::vector<std::string> expected = {
-      "Creating Font: Invalid Font no-such-font",
-      "Creating Font: Invalid Font -*-nosuchfamily-medium-r-normal--12-*-*-*-*-*-*-*"};
+      "Creating Font: Invalid Font no-such-font", "Creating Font: Invalid Font no-such-font",
+      "Creating Font: Invalid Font -*-nosuchfamily-medium-r-normal--*-120-100-100-*-*-*-*"};
   EXPECT_EQ(messages.fatals(), expected);
 
   // 255 bytes go to the server (which knows no such font); one more and they never do.
@@ -108,7 +116,7 @@ TEST_F(FontTest, UnknownAndOverLongNamesAreFatalAndNeverReachTheServer) {
     EXPECT_EQ(display->findFont(name.c_str()), nullptr);
   }
   EXPECT_EQ(longestFontName, 255u);
-  EXPECT_EQ(messages.fatals().size(), 6u);
+  EXPECT_EQ(messages.fatals().size(), 7u);
 }
 
 TEST_F(FontTest, AliasesRenameFreeFontsCopyHeldOnesAndAreUnique) {
@@ -158,6 +166,12 @@ TEST_F(FontTest, PredefinedFontsAreLockedAliases) {
   }
   EXPECT_EQ(display->defaultFont(), display->findFont("default"));
   EXPECT_EQ(display->defaultFont()->getXName(), "fixed");
+  // An alias is the font itself, which stays known under its own name: asking for that name
+  // does not load it a second time.
+  EXPECT_EQ(display->getFont("fixed"), display->defaultFont());
+  EXPECT_EQ(display->findFont("monospace"), display->defaultFont());
+  EXPECT_EQ(display->getFont("%helvetica-12-B"), display->findFont("bold"));
+  EXPECT_EQ(display->getSystemFont("fixed"), display->defaultFont());
   EXPECT_EQ(display->findFont("bold")->getStyle(), uint32_t(QelFontStyleBold));
   EXPECT_EQ(display->findFont("italic")->getStyle(), uint32_t(QelFontStyleItalic));
   EXPECT_GT(display->findFont("large")->height(), display->findFont("normal")->height());
@@ -184,10 +198,12 @@ TEST(PredefinedFontTest, ResourcesChooseFontsAndMissingOnesFallBack) {
     EXPECT_EQ(display.findFont("bold")->getSize(), 18);
     EXPECT_EQ(display.findFont("italic")->getDescription().family, "helvetica");
     EXPECT_EQ(messages.fatals(), std::vector<std::string>{"Creating Font: Invalid Font nonsense"});
-    EXPECT_TRUE(fontWarnings(messages).empty());
+    // The configured font is reported before the built-in choice stands in.
+    EXPECT_EQ(fontWarnings(messages),
+              std::vector<std::string>{"QelDisplay::initFont: cannot create italic font"});
   }
-  // With only the server's built-in fonts helvetica is gone: the default font falls back to
-  // "fixed" and stands in for the others, with a warning each.
+  // With only the server's built-in fonts helvetica is gone: the configured default font falls
+  // back to "fixed", which stands in for the others, with a warning each.
   int pathLength = 0;
   char** path = XGetFontPath(x, &pathLength);
   char builtIns[] = "built-ins";
@@ -197,16 +213,43 @@ TEST(PredefinedFontTest, ResourcesChooseFontsAndMissingOnesFallBack) {
     CapturedMessages messages;
     QelDisplay display(x, "kestrel-fonts");
     XSetFontPath(x, path, pathLength);
-    XFreeFontPath(path);
     EXPECT_EQ(display.defaultFont()->getXName(), "fixed");
     for (const char* name : {"normal", "bold", "italic", "large"})
       EXPECT_EQ(display.findFont(name)->getXName(), "fixed") << name;
-    std::vector<std::string> expected = {"QelDisplay::initFont: cannot create normal font",
+    std::vector<std::string> expected = {"QelDisplay::initFont: cannot create default font",
+                                         "QelDisplay::initFont: cannot create normal font",
                                          "QelDisplay::initFont: cannot create bold font",
                                          "QelDisplay::initFont: cannot create italic font",
                                          "QelDisplay::initFont: cannot create large font"};
     EXPECT_EQ(fontWarnings(messages), expected);
   }
+  // A server with no font at all: the default font is fatal, and the display still works.
+  char empty[] = "/tmp/kestrel-no-fonts-XXXXXX";
+  ASSERT_NE(mkdtemp(empty), nullptr);
+  std::string index = std::string(empty) + "/fonts.dir";
+  std::FILE* file = std::fopen(index.c_str(), "w");
+  ASSERT_NE(file, nullptr);
+  std::fputs("0\n", file);
+  std::fclose(file);
+  char* none[] = {empty};
+  XSetFontPath(x, none, 1);
+  {
+    CapturedMessages messages;
+    QelDisplay display(x, "kestrel-fonts");
+    XSetFontPath(x, path, pathLength);
+    ASSERT_NE(display.getXDisplay(), nullptr);
+    EXPECT_FALSE(display.defaultFont()->isValid());
+    const std::vector<std::string>& fatals = messages.fatals();
+    EXPECT_EQ(
+        std::count(fatals.begin(), fatals.end(), "QelDisplay: cannot find default font fixed"), 1);
+    QelPalette* palette = display.defaultPalette();
+    QelBitmap port(&display, 20, 20, display.depth());
+    display.drawString(&port, palette, QelPoint(2, 15), "text", 4);
+    display.sync();
+  }
+  std::remove(index.c_str());
+  rmdir(empty);
+  XFreeFontPath(path);
   closeXtDisplay(x);
 }
 

@@ -5,6 +5,8 @@
 #include "display/line_style.h"
 #include "display/palette.h"
 #include "display/pattern.h"
+#include "display/port.h"
+#include "graphics/region.h"
 #include "tests/display/rules.h"
 #include "tests/support/display_fixture.h"
 
@@ -141,6 +143,81 @@ TEST_F(PaletteTest, SettersChangeTheContextAndRefileSharedPalettes) {
   palette->unLock();
   green->unLock();
   blue->unLock();
+}
+
+TEST_F(PaletteTest, ANamedPatternOutlivesTheLastPaletteUsingIt) {
+  const unsigned char bits[] = {0x55, 0xaa, 0x55, 0xaa, 0x55, 0xaa, 0x55, 0xaa};
+  auto* pattern = new QelPattern(display, 8, 8, bits, "kestrel-checker");
+  QelColor* orange = display->getColor("orange");
+  QelPalette* palette = display->getPalette(nullptr, orange, pattern);
+  EXPECT_EQ(pattern->getLockCount(), 0u);  // colours, font and line style only
+  EXPECT_EQ(orange->getLockCount(), 1u);
+  palette->lock();
+  palette->unLock();
+  ASSERT_EQ(display->getPattern("kestrel-checker"), pattern);
+  QelPalette* again = display->getPalette(nullptr, display->getColor("orange"), pattern);
+  EXPECT_EQ(again->getPattern(), pattern);
+  again->lock();
+  again->unLock();
+  delete pattern;
+}
+
+TEST_F(PaletteTest, PositionalConstructorPlacesEveryAttribute) {
+  QelColor* bg = display->getColor("yellow");
+  QelColor* fg = display->getColor("navy");
+  QelLineStyle* dash = display->getLineStyle("dash");
+  QelFont* fixed = display->getFont("fixed");
+  QelPalette palette(display, bg, fg, fixed, nullptr, nullptr, dash, 4, 1, QelFillMaskPattern,
+                     QelArcChord, QelWindingRule);
+  EXPECT_FALSE(palette.isShared());
+  const QelPaletteAttributes& a = palette.getAttributes();
+  EXPECT_TRUE(a.background == bg && a.foreground == fg && a.font == fixed);
+  EXPECT_TRUE(a.pattern == display->solidPattern() && !a.colorPattern && a.lineStyle == dash);
+  EXPECT_EQ(a.lineWidth, 4);
+  EXPECT_EQ(a.overwrite, 1);
+  EXPECT_EQ(a.fillStyle, QelFillMaskPattern);
+  EXPECT_EQ(a.arcMode, QelArcChord);
+  EXPECT_EQ(a.fillRule, QelWindingRule);
+  XGCValues v = gcValues(&palette, GCLineWidth | GCSubwindowMode | GCArcMode | GCFillRule);
+  EXPECT_EQ(v.line_width, 4);
+  EXPECT_EQ(v.subwindow_mode, IncludeInferiors);
+  EXPECT_EQ(v.arc_mode, ArcChord);
+  EXPECT_EQ(v.fill_rule, WindingRule);
+}
+
+// A chart clips its palette to the damaged region and a graphic it draws clips the same palette
+// again: the inner scope's end must give the outer clip back, not remove it.
+TEST_F(PaletteTest, NestedClipScopesPutThePreviousClipBack) {
+  QelPort* port = windowPort(30, 10);
+  QelPalette* red = display->getPalette(nullptr, display->getColor("red"));
+  red->lock();
+  QelRegion left(QelRect(0, 0, 10, 10)), middle(QelRect(5, 0, 10, 10));
+  {
+    QelPaletteClip outer(red, &left);
+    {
+      QelPaletteClip inner(red, &middle);
+      QelPaletteClip none(red, nullptr);  // no clip given: nothing changes
+    }
+    EXPECT_TRUE(red->hasClip());
+    display->fillRectangle(port, red, QelRect(0, 0, 30, 10));
+  }
+  EXPECT_FALSE(red->hasClip());
+  Image expected(30, 10, 0xffffff);
+  expected.fillRect(0, 0, 10, 10, 0xff0000);
+  EXPECT_TRUE(imagesMatch(read(port), expected, "nested-clip-scopes"));
+
+  // A mask clip comes back as the mask, at its origin.
+  const unsigned char bits[] = {0xff, 0xff};
+  QelBitmap mask(display, 8, 2, bits);
+  display->setClip(red, 3, 4, &mask);
+  { QelPaletteClip scope(red, &middle); }
+  EXPECT_EQ(red->getClipMask(), mask.getPixmap());
+  EXPECT_EQ(red->getClipOrigin(), QelPoint(3, 4));
+  XGCValues v = gcValues(red, GCClipXOrigin | GCClipYOrigin);
+  EXPECT_EQ(v.clip_x_origin, 3);
+  EXPECT_EQ(v.clip_y_origin, 4);
+  display->setClip(red, static_cast<const QelRegion*>(nullptr));
+  red->unLock();
 }
 
 TEST_F(PaletteTest, PredefinedLineStylesAndLookupByValue) {
