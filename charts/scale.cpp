@@ -367,8 +367,8 @@ QelClassInfo* QelScale::ClassInfo() {
 
 // --- QelRectangularScale: geometry -------------------------------------------------------------
 
-QelRectangularScale::QelRectangularScale(QelDisplay* display, const QelPoint& origin,
-                                         uint32_t size, const char* format, float min, float max,
+QelRectangularScale::QelRectangularScale(QelDisplay* display, const QelPoint& origin, uint32_t size,
+                                         const char* format, float min, float max,
                                          QelPosition direction, QelPosition position,
                                          uint16_t steps, uint16_t subSteps, uint16_t stepSize,
                                          uint16_t subStepSize, QelPalette* palette)
@@ -489,8 +489,8 @@ void QelRectangularScale::applyTransform(const QelTransformer* t) {
   if (!t) return;
   QelPoint origin;
   uint32_t size = computeSize(origin);
-  QelPoint along = isHorizontal() ? QelPoint(QelClampToInt32(size), 0)
-                                  : QelPoint(0, QelClampToInt32(size));
+  QelPoint along =
+      isHorizontal() ? QelPoint(QelClampToInt32(size), 0) : QelPoint(0, QelClampToInt32(size));
   t->apply(origin);
   t->deltaApply(along);
   int64_t length = std::abs(int64_t(isHorizontal() ? along.x : along.y));
@@ -540,8 +540,8 @@ struct QelRectangularScale::Area {
   bool everywhere = false;
   QelRect rect;
   bool holds(const QelPoint& p) const {
-    return everywhere || (rect.x < p.x && p.x < rect.right64() && rect.y < p.y &&
-                          p.y < rect.bottom64());
+    return everywhere ||
+           (rect.x < p.x && p.x < rect.right64() && rect.y < p.y && p.y < rect.bottom64());
   }
 };
 
@@ -589,8 +589,8 @@ uint16_t QelRectangularScale::lastLabelIndex() const {
   return _labelsBetweenTicks ? uint16_t(getSteps() - 2) : uint16_t(getSteps() - 1);
 }
 
-bool QelRectangularScale::labelOrigin(const Graduation& g, uint16_t index,
-                                      const QelTransformer* t, QelPoint& origin) const {
+bool QelRectangularScale::labelOrigin(const Graduation& g, uint16_t index, const QelTransformer* t,
+                                      QelPoint& origin) const {
   if (!getLabel(index)) return false;
   uint32_t w, a, d;
   getLabelSizes(index, w, a, d);
@@ -688,9 +688,9 @@ bool QelRectangularScale::liesIn(const QelPort* port, const QelPoint& point,
   return drawableArea(port, clip, area) && area.holds(point);
 }
 
-bool QelRectangularScale::indexRange(const Graduation& g, const QelTransformer* t,
-                                     const Area& area, double margin, int32_t shift,
-                                     uint32_t& first, uint32_t& last) const {
+bool QelRectangularScale::indexRange(const Graduation& g, const QelTransformer* t, const Area& area,
+                                     double margin, int32_t shift, uint32_t& first,
+                                     uint32_t& last) const {
   first = 0;
   last = g.last;
   if (area.everywhere) return true;
@@ -777,17 +777,17 @@ void QelRectangularScale::drawTicks(QelPort* port, const QelPalette* palette, co
                                         to.data());
 }
 
-void QelRectangularScale::drawLabels(QelPort* port, const QelPalette* palette,
-                                     const Graduation& g, const QelTransformer* t,
-                                     const Area& area, uint16_t skip) const {
+void QelRectangularScale::drawLabels(QelPort* port, const QelPalette* palette, const Graduation& g,
+                                     const QelTransformer* t, const Area& area,
+                                     uint16_t skip) const {
   if (!hasLabels() || getSteps() < 2) return;
   const uint32_t lastLabel = lastLabelIndex();
   const int32_t shift = labelShift(g);
   // A label's origin lies within its tick's length, the gap and its own size of the tick.
-  const double margin = double(std::max({std::abs(int64_t(g.tick.x)), std::abs(int64_t(g.tick.y)),
-                                         std::abs(int64_t(g.minorTick.x)),
-                                         std::abs(int64_t(g.minorTick.y))})) +
-                        largestLabelExtent() + kLabelGap + 2;
+  const double margin =
+      double(std::max({std::abs(int64_t(g.tick.x)), std::abs(int64_t(g.tick.y)),
+                       std::abs(int64_t(g.minorTick.x)), std::abs(int64_t(g.minorTick.y))})) +
+      largestLabelExtent() + kLabelGap + 2;
   uint32_t first, last;
   if (!indexRange(g, t, area, margin, shift, first, last)) return;
   last = std::min(last, lastLabel);
@@ -832,8 +832,7 @@ void QelRectangularScale::draw(QelPort* port, const QelTransformer* t,
 
 // --- QelRectangularScale: boxes ----------------------------------------------------------------
 
-void QelRectangularScale::labelBBox(uint16_t index, QelRect& rect,
-                                    const QelTransformer* t) const {
+void QelRectangularScale::labelBBox(uint16_t index, QelRect& rect, const QelTransformer* t) const {
   rect = QelRect();
   if (!hasLabels() || index > lastLabelIndex() || !getLabel(index)) return;
   rect = labelBox(graduation(t), index, t);
@@ -852,15 +851,13 @@ void QelRectangularScale::ticksBBox(QelRect& rect, const QelTransformer* t) cons
   rect = QelRect();
   if (!getSteps()) return;
   const Graduation g = graduation(t);
-  std::vector<int32_t> ends = {tickAxis(g, 0, 0), tickAxis(g, g.last, 0)};
+  // Every tick stands between the two ends of the base line: minor ticks fall short of the
+  // next major one by a fraction of a step, even when integer steps shorten the steps.
   const bool ticks = getSteps() > 1;
-  const bool minorTicks = ticks && g.minor != 0 && getSubSteps() > 1;
-  // Under integer steps the last minor tick can stand beyond the last major one.
-  if (minorTicks && getNumberOfSkippedSteps() < 2)
-    ends.push_back(QelTruncToPixel(float(tickAxis(g, g.last - 1, 0)) +
-                                   float(getSubSteps() - 1u) * g.minor));
+  const bool minorTicks =
+      ticks && g.minor != 0 && getSubSteps() > 1 && getNumberOfSkippedSteps() < 2;
   bool first = true;
-  for (int32_t axis : ends) {
+  for (int32_t axis : {tickAxis(g, 0, 0), tickAxis(g, g.last, 0)}) {
     const QelPoint p = axisPoint(g, axis, t);
     addPixel(rect, p, first);
     if (ticks) addPixel(rect, sum(p, g.tick), first);
