@@ -72,7 +72,7 @@ bool isDoubleFormat(const char* format) {
 }
 
 // Width (the advance), ascent and descent of the ink of `text` in `font`; zeros without a usable
-// font.
+// font. Fonts only know their overall metrics, and labels are placed by their own ink.
 void measureText(const QelFont* font, const char* text, uint32_t& width, uint32_t& ascent,
                  uint32_t& descent) {
   width = ascent = descent = 0;
