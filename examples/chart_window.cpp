@@ -5,6 +5,7 @@
 
 #include "charts/chart_kinds.h"
 #include "charts/multi_chart.h"
+#include "charts/scale.h"
 #include "display/container.h"
 #include "display/display.h"
 #include "display/main_loop.h"
@@ -16,7 +17,9 @@ namespace {
 constexpr unsigned long kPoints = 24;  // values per series
 constexpr float kTop = 100;            // series values stay in 0 .. kTop
 constexpr int kColumns = 4, kRows = 2;
-constexpr int32_t kPanelWidth = 190, kPanelHeight = 140, kGap = 20, kCaptionHeight = 18;
+constexpr int32_t kPanelWidth = 190, kPanelHeight = 176, kGap = 20, kCaptionHeight = 18;
+// Room inside a panel for its value axis on the left and its sample axis below.
+constexpr int32_t kAxisWidth = 30, kAxisHeight = 22;
 constexpr int kTickMilliseconds = 250;
 
 // A line of text above a panel. The demo's own small graphic: the toolkit draws text through the
@@ -48,11 +51,12 @@ class Caption : public QelSimpleGraphic {
   QelRect _rect;
 };
 
-// The panel's plotting area, below its caption.
+// The panel's plotting area, below its caption and right of and above its axes' labels.
 QelRect panelArea(int index) {
   int32_t x = kGap + (index % kColumns) * (kPanelWidth + kGap);
   int32_t y = kGap + (index / kColumns) * (kPanelHeight + kGap);
-  return QelRect(x, y + kCaptionHeight, kPanelWidth, kPanelHeight - kCaptionHeight);
+  return QelRect(x + kAxisWidth, y + kCaptionHeight, kPanelWidth - kAxisWidth,
+                 kPanelHeight - kCaptionHeight - kAxisHeight);
 }
 
 // Fixed mappings rather than adjust(): the series move, the axes should not. Indices run across
@@ -81,6 +85,7 @@ ChartWindow::ChartWindow(QelDisplay* display, Widget appShell) : _display(displa
   }
   for (unsigned long i = 0; i < kPoints; ++i) step();
   addPanels();
+  relabel();
   _container->setDoubleBuffering(1);
   _timer = std::make_unique<QelTimer>(display, 0, kTickMilliseconds, onTick, this);
 }
@@ -122,6 +127,7 @@ void ChartWindow::addPanels() {
   };
   QelPalette* frame = palette("gray80");
   QelPalette* text = palette("black");
+  QelPalette* axis = palette("dark slate gray");
   for (int i = 0; i < int(sizeof panels / sizeof panels[0]); ++i) {
     QelRect area = panelArea(i);
     _container->addObject(
@@ -131,7 +137,30 @@ void ChartWindow::addPanels() {
     _container->addObject(new QelRectangle(d, area, frame), 0);
     mapInto(panels[i].chart, area, panels[i].top, panels[i].inset);
     _container->addObject(panels[i].caption, panels[i].chart, 0);
+    addAxes(area, panels[i].top, panels[i].inset, axis);
   }
+}
+
+// Values 0 ... top up the left edge, five labels with a minor tick between each two; below, one
+// tick per sample under the points, labelled with the sample's number. Those labels change on
+// every step and are too many to show at once: the scale skips the ones that would overlap.
+void ChartWindow::addAxes(const QelRect& area, float top, int32_t inset, QelPalette* palette) {
+  const int32_t bottom = area.y + int32_t(area.h) - 1;
+  _container->addObject(
+      new QelRectangularScale(_display, QelPoint(area.x, bottom), area.h - 4, "%.0f", 0, top,
+                              QelBottom, QelLeft, 5, 2, 4, 2, palette),
+      0);
+  auto* samples = new QelRectangularScale(_display, QelPoint(area.x + inset, bottom + 1),
+                                          area.w - 2 * uint32_t(inset), nullptr, 0, 0, QelLeft,
+                                          QelBottom, kPoints, 0, 4, 0, palette);
+  samples->setKeepAllLabels(0);
+  _container->addObject(samples, 0);
+  _sampleAxes.push_back(samples);
+}
+
+void ChartWindow::relabel() {
+  const float last = float(_steps), first = last - float(kPoints - 1);
+  for (QelRectangularScale* axis : _sampleAxes) axis->setLabels(kPoints, first, last, "%.0f");
 }
 
 void ChartWindow::step() {
@@ -146,6 +175,8 @@ void ChartWindow::step() {
     if (next < 0 || next > kTop) next = kTop / 2;
     series->scroll(next);
   }
+  ++_steps;
+  relabel();
 }
 
 void ChartWindow::show() {

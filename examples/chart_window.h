@@ -1,6 +1,6 @@
-// The scene demo's second window: every chart kind over a few live series. A timer moves the
-// series on every tick (the oldest value drops out, a new one comes in), and the charts, which
-// share the series, follow.
+// The scene demo's second window: every chart kind over a few live series, each on a value axis
+// and a sample axis. A timer moves the series on every tick (the oldest value drops out, a new
+// one comes in); the charts, which share the series, follow, and the sample axes are relabelled.
 #pragma once
 
 #include <X11/Intrinsic.h>
@@ -8,8 +8,12 @@
 #include <memory>
 #include <vector>
 
+#include "graphics/geometry.h"
+
 class QelChartDataYPoints;
 class QelContainer;
+class QelPalette;
+class QelRectangularScale;
 class QelDisplay;
 class QelTimer;
 
@@ -31,6 +35,9 @@ class ChartWindow {
 
  private:
   void addPanels();
+  void addAxes(const QelRect& area, float top, int32_t inset, QelPalette* palette);
+  // Labels the sample axes with the numbers of the samples now shown.
+  void relabel();
   static void onTick(QelTimer* timer, void* window);
   static void onClose(Widget, XtPointer window, XtPointer);
 
@@ -38,6 +45,8 @@ class ChartWindow {
   Widget _shell;
   QelContainer* _container;
   std::unique_ptr<QelTimer> _timer;
-  std::vector<QelChartDataYPoints*> _series;  // locked here, shared by the charts
+  std::vector<QelChartDataYPoints*> _series;      // locked here, shared by the charts
+  std::vector<QelRectangularScale*> _sampleAxes;  // owned by the container
+  unsigned long _steps = 0;                       // samples taken so far
   unsigned int _seed = 12345;
 };

@@ -13,6 +13,7 @@
 #include "base/messages.h"
 #include "base/symbol.h"
 #include "charts/chart.h"
+#include "charts/scale.h"
 #include "display/display.h"
 #include "graphics/class_info.h"
 #include "graphics/graphic.h"
@@ -58,6 +59,7 @@ bool prepare() {
   QelRectangleModuleInit();
   QelSelectionModuleInit();
   QelChartModuleInit();
+  QelScaleModuleInit();
   TextProperty::ClassInfo();
   return true;
 }

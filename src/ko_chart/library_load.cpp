@@ -3,6 +3,8 @@
 #include <array>
 
 #include "base/module_init.h"
+#include "charts/chart.h"
+#include "charts/scale.h"
 #include "display/container.h"
 #include "display/view.h"
 #include "gadgets/gadget.h"
@@ -18,8 +20,10 @@ namespace {
 // The toolkit's load order is graphio, graphic, chart, scale, graphset, view, contain, chartcnt,
 // contint, chartint, ..., rectobj, ..., marker, ..., select, ..., gadget, ..., scrollb, ...,
 // msglabel, ...; a module gets its entry here, in that order, once the library contains it.
-constexpr std::array<QelModule, 11> loadOrder{{
+constexpr std::array<QelModule, 13> loadOrder{{
     {"graphic", QelGraphicModuleInit},
+    {"chart", QelChartModuleInit},
+    {"scale", QelScaleModuleInit},
     {"view", QelViewModuleInit},
     {"contain", QelContainerModuleInit},
     {"rectobj", QelRectangleModuleInit},

@@ -530,9 +530,11 @@ TEST_F(SceneDemoTest, LiveChartsWindowShowsEveryKindMovingWithItsTimer) {
     box = rootGeometry(x, charts);
     return readWindow(x, charts, 0, 0, box.w, box.h);
   };
-  // Each kind draws in its own colour (the side-by-side and stacked bars in two).
-  const char* colours[] = {"navy",   "light sky blue", "pale green", "dark orange", "purple",
-                           "orange", "steel blue",     "tomato",     "sea green",   "gold"};
+  // Each kind draws in its own colour (the side-by-side and stacked bars in two), the axes in
+  // one more.
+  const char* colours[] = {"navy",      "light sky blue", "pale green",     "dark orange",
+                           "purple",    "orange",         "steel blue",     "tomato",
+                           "sea green", "gold",           "dark slate gray"};
   Image first;
   ASSERT_TRUE(eventually([&] {
     first = read();

@@ -1,0 +1,458 @@
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstdio>
+#include <cstring>
+#include <memory>
+#include <sstream>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "charts/scale.h"
+#include "display/dump_device.h"
+#include "display/palette.h"
+#include "graphics/input_file.h"
+#include "graphics/output_file.h"
+#include "graphics/region.h"
+#include "graphics/transformer.h"
+#include "tests/support/display_fixture.h"
+#include "tests/support/messages.h"
+
+namespace kestrel::test {
+namespace {
+
+constexpr uint32_t kBlue = 0x0000ff;
+
+// The smallest rectangle holding every pixel of `color` that `mask` does not also have.
+QelRect extentOf(const Image& image, uint32_t color, const Image* mask = nullptr) {
+  QelRect box;
+  for (int y = 0; y < image.height; ++y)
+    for (int x = 0; x < image.width; ++x)
+      if (image.at(x, y) == color && !(mask && mask->at(x, y) == color))
+        box.add(QelRect(x, y, 1, 1));
+  return box;
+}
+
+class ScaleTest : public DisplayTest {
+ protected:
+  void SetUp() override { QelScaleModuleInit(); }
+  // Blue text and lines in the core font "fixed" (6 by 13 cells).
+  QelPalette* fixed(const char* font = "fixed") {
+    return display->getPalette(display->getColor("white"), display->getColor("blue"), nullptr,
+                               nullptr, display->getFont(font));
+  }
+  std::unique_ptr<QelRectangularScale> scale(QelPoint origin, uint32_t size, QelPosition direction,
+                                             QelPosition position, uint16_t steps,
+                                             uint16_t subSteps = 0, const char* format = nullptr) {
+    return std::make_unique<QelRectangularScale>(display, origin, size, format, 0.0f, 100.0f,
+                                                 direction, position, steps, subSteps, 5, 3,
+                                                 fixed());
+  }
+  Image drawn(const QelRectangularScale& s, int w = 200, int h = 200,
+              const QelTransformer* t = nullptr) {
+    QelPort* port = windowPort(w, h);
+    s.draw(port, t, nullptr);
+    return read(port);
+  }
+};
+
+TEST_F(ScaleTest, GeneratedLabelsAccumulateInSinglePrecision) {
+  struct Row {
+    float min, max;
+    uint16_t count;
+    const char* format;
+    uint16_t index;
+    const char* accumulated;  // worked out by hand, one float addition at a time
+    const char* direct;       // min + index * delta, which the labels must not show
+  };
+  const Row rows[] = {
+      {0, 1, 11, "%.7f", 8, "0.8000001", "0.8000000"},
+      {0, 10, 101, "%.6g", 78, "7.79999", "7.8"},
+      {-5, 5, 3, "%+.1f", 2, "+5.0", "+5.0"},
+  };
+  for (const Row& row : rows) {
+    QelRectangularScale s(display, QelPoint(), 100, row.format, row.min, row.max, QelLeft,
+                          QelBottom, row.count, 0, 4, 2, fixed());
+    EXPECT_STREQ(s.getLabel(row.index), row.accumulated) << row.format;
+    char direct[80];
+    const float delta = (row.max - row.min) / float(row.count - 1);
+    std::snprintf(direct, sizeof direct, row.format, double(row.min + float(row.index) * delta));
+    EXPECT_STREQ(direct, row.direct) << row.format;
+  }
+
+  QelRectangularScale s(display, QelPoint(), 100, "%.100f", 0, 1, QelLeft, QelBottom, 2, 0, 4, 2,
+                        fixed());
+  EXPECT_EQ(std::strlen(s.getLabel(1)), 79u);
+  uint32_t w, a, d;
+  s.getLabelSizes(1, w, a, d);
+  EXPECT_EQ(w, 79u * 6);
+  s.getLabelSizes(2, w, a, d);
+  EXPECT_EQ(w + a + d, 0u);
+
+  // One tick, no format, or a format that would read something else than one double: the
+  // step count is kept and there are no labels.
+  s.setLabels(1, 0, 1, "%g");
+  EXPECT_EQ(s.getSteps(), 1u);
+  EXPECT_FALSE(s.hasLabels());
+  s.setLabels(5, 0, 1, nullptr);
+  EXPECT_EQ(s.getSteps(), 5u);
+  EXPECT_FALSE(s.hasLabels());
+  for (const char* bad : {"%s", "%d", "%g %g", "%*g", "%n", "%1000g", "%Lg", "%"}) {
+    CapturedMessages messages;
+    s.setLabels(3, 0, 1, bad);
+    EXPECT_FALSE(s.hasLabels()) << bad;
+    EXPECT_EQ(messages.warnings().size(), 1u) << bad;
+  }
+  s.setLabels(3, NAN, INFINITY, "%g");
+  EXPECT_STREQ(s.getLabel(0), "nan");
+  // Relabelling with the same count measures again what changed.
+  const char* texts[] = {"a", nullptr, "ccc"};
+  s.setLabels(3, texts);
+  EXPECT_EQ(s.getLabel(1), nullptr);
+  s.getLabelSizes(2, w, a, d);
+  EXPECT_EQ(w, 18u);
+  s.setLabel(1, "bb");
+  s.getLabelSizes(1, w, a, d);
+  EXPECT_EQ(w, 12u);
+}
+
+TEST_F(ScaleTest, RectangleAndOriginRoundTripForEveryDirectionAndPosition) {
+  struct Row {
+    QelPosition direction, position;
+    QelRect rect;
+  };
+  // Origin (100, 50), length 200, thickness 5 (the longer tick).
+  const Row rows[] = {
+      {QelLeft, QelBottom, {100, 50, 200, 5}},    {QelLeft, QelTop, {100, 45, 200, 5}},
+      {QelRight, QelBottom, {-100, 50, 200, 5}},  {QelRight, QelTop, {-100, 45, 200, 5}},
+      {QelTop, QelRight, {100, 50, 5, 200}},      {QelTop, QelLeft, {95, 50, 5, 200}},
+      {QelBottom, QelRight, {100, -150, 5, 200}}, {QelBottom, QelLeft, {95, -150, 5, 200}},
+  };
+  for (const Row& row : rows) {
+    auto s = scale(QelPoint(100, 50), 200, row.direction, row.position, 3);
+    EXPECT_EQ(s->getRect(), row.rect) << row.direction << ' ' << row.position;
+    QelPoint origin;
+    EXPECT_EQ(s->computeSize(origin), 200u);
+    EXPECT_EQ(origin, QelPoint(100, 50));
+    s->computeRect(QelPoint(7, 9), 0);  // a length of 0 is 1
+    EXPECT_EQ(s->getSize(), 1u);
+    s->getOrigin(origin);
+    EXPECT_EQ(origin, QelPoint(7, 9));
+  }
+  // Orientation words and positions across the wrong axis are mapped.
+  auto h = scale(QelPoint(), 10, QelHorizontal, QelLeft, 2);
+  EXPECT_EQ(h->getDirection(), QelLeft);
+  EXPECT_EQ(h->getPosition(), QelBottom);
+  auto v = scale(QelPoint(), 10, QelVertical, QelBottom, 2);
+  EXPECT_EQ(v->getDirection(), QelBottom);
+  EXPECT_EQ(v->getPosition(), QelLeft);
+}
+
+TEST_F(ScaleTest, TicksStandAtTruncatedStepsFromEitherEnd) {
+  struct Row {
+    QelPosition direction, position;
+    QelPoint origin;
+    int across;  // a row (horizontal) or column (vertical) through the ticks only
+  };
+  // Four steps over 100 pixels: 33.33 apart, truncated, from whichever end the origin is.
+  const Row rows[] = {
+      {QelLeft, QelBottom, {20, 30}, 33},  {QelRight, QelBottom, {120, 30}, 33},
+      {QelLeft, QelTop, {20, 30}, 27},     {QelTop, QelRight, {30, 20}, 33},
+      {QelBottom, QelLeft, {30, 120}, 27},
+  };
+  for (const Row& row : rows) {
+    auto s = scale(row.origin, 100, row.direction, row.position, 4);
+    Image image = drawn(*s, 160, 160);
+    std::vector<int> ticks;
+    const bool horizontal = row.direction == QelLeft || row.direction == QelRight;
+    for (int i = 0; i < 160; ++i)
+      if ((horizontal ? image.at(i, row.across) : image.at(row.across, i)) == kBlue)
+        ticks.push_back(i);
+    EXPECT_EQ(ticks, (std::vector<int>{20, 53, 86, 120})) << row.direction << ' ' << row.position;
+  }
+  // Integer steps truncate the step itself: three steps of 33 end a pixel short.
+  auto s = scale(QelPoint(20, 30), 100, QelLeft, QelBottom, 4);
+  s->setIntegerSteps(1);
+  Image image = drawn(*s, 160, 160);
+  std::vector<int> ticks;
+  for (int x = 0; x < 160; ++x)
+    if (image.at(x, 33) == kBlue) ticks.push_back(x);
+  EXPECT_EQ(ticks, (std::vector<int>{20, 53, 86, 119}));
+  EXPECT_EQ(image.at(119, 30), kBlue);
+  EXPECT_NE(image.at(120, 30), kBlue);
+}
+
+TEST_F(ScaleTest, LabelSkipFollowsLabelWidthsAndOverlap) {
+  struct Row {
+    uint16_t steps;
+    uint32_t size;
+    uint16_t expected;
+  };
+  // Nine-character labels are 54 pixels wide. Five steps on 100 pixels: (4 * 58) / 100 = 2,
+  // but label 2 (x 43..97, grown 41..99) overlaps label 0 (x -7..47), so k = 3; label 3
+  // (grown 66..124) clears it and the walk ends. Eleven steps on 300 pixels: 580 / 300 = 1;
+  // label 1 (grown 21..79) overlaps label 0, k = 2, and every second label clears the last.
+  const Row rows[] = {{5, 100, 3}, {11, 300, 2}};
+  for (const Row& row : rows) {
+    auto s = scale(QelPoint(20, 30), row.size, QelLeft, QelBottom, row.steps, 2);
+    std::vector<const char*> texts(row.steps, "123456789");
+    s->setLabels(row.steps, texts.data());
+    uint32_t w, a, d;
+    s->getLabelSizes(0, w, a, d);
+    ASSERT_EQ(w, 54u);
+    EXPECT_EQ(s->getNumberOfSkippedSteps(), 1u) << "keep all labels is the default";
+    s->setKeepAllLabels(0);
+    s->setModified(1);
+    EXPECT_EQ(s->getNumberOfSkippedSteps(), row.expected) << row.steps;
+  }
+
+  // Minor ticks halfway between majors, only while every tick is drawn.
+  auto s = scale(QelPoint(20, 30), 100, QelLeft, QelBottom, 5, 2);
+  Image all = drawn(*s);
+  EXPECT_EQ(all.at(32, 32), kBlue);  // 20 + 12.5, three pixels long
+  EXPECT_EQ(all.at(45, 34), kBlue);
+  std::vector<const char*> texts(5, "123456789");
+  s->setLabels(5, texts.data());
+  s->setKeepAllLabels(0);
+  Image skipped = drawn(*s);
+  EXPECT_NE(skipped.at(32, 32), kBlue);
+  EXPECT_NE(skipped.at(45, 34), kBlue);  // tick 1 is skipped
+  EXPECT_EQ(skipped.at(95, 34), kBlue);  // tick 3 is drawn
+
+  // A new font is measured at once, but the skip waits for the next change.
+  s->setFont(display->getFont("10x20"));
+  uint32_t w, a, d;
+  s->getLabelSizes(0, w, a, d);
+  EXPECT_EQ(w, 90u);
+  EXPECT_EQ(s->getNumberOfSkippedSteps(), 3u);
+  // Now (4 * 94) / 100 = 3; label 3 (x 50..140, grown 48) overlaps label 0 (-25..65): k = 4.
+  s->setSize(100);
+  EXPECT_EQ(s->getNumberOfSkippedSteps(), 4u);
+
+  // On an axis of one pixel only the first label shows.
+  s->setSize(1);
+  EXPECT_EQ(s->getNumberOfSkippedSteps(), 5u);
+  QelRect first, all5;
+  s->labelBBox(0, first);
+  s->labelsBBox(all5);
+  EXPECT_EQ(all5, first);
+}
+
+TEST_F(ScaleTest, LabelsStandFourPixelsBeyondTheTickEnd) {
+  // Where "Ag" puts its ink relative to the start of its baseline.
+  QelPort* reference = windowPort(100, 100);
+  display->drawString(reference, fixed(), QelPoint(50, 50), "Ag", 2);
+  QelRect ink = extentOf(read(reference), kBlue);
+  ASSERT_FALSE(ink.isEmpty());
+  ink.translate(-50, -50);
+
+  uint32_t w, a, d;
+  auto probe = scale(QelPoint(), 100, QelLeft, QelBottom, 2);
+  const char* texts[] = {"Ag", nullptr};
+  probe->setLabels(2, texts);
+  probe->getLabelSizes(0, w, a, d);
+  ASSERT_EQ(w, 12u);
+  const int32_t W = int32_t(w), A = int32_t(a), D = int32_t(d);
+  struct Row {
+    QelPosition direction, position;
+    bool vertical;
+    QelPoint text;  // the expected start of the baseline; the tick is at (60, 60)
+  };
+  const Row rows[] = {
+      {QelLeft, QelBottom, false, {60 - W / 2, 65 + A - D + 4}},
+      {QelLeft, QelTop, false, {60 - W / 2, 55 - (D + 4)}},
+      {QelTop, QelRight, false, {65 + 4, 60 + A / 2 - D}},
+      {QelTop, QelLeft, false, {55 - (W + 4), 60 + A / 2 - D}},
+      {QelLeft, QelBottom, true, {60 - A / 2, 65 + W + 4}},
+      {QelLeft, QelTop, true, {60 - A / 2, 55 - 4}},
+      {QelTop, QelRight, true, {65 + 4, 60 + W / 2}},
+      {QelTop, QelLeft, true, {55 - (A + 4), 60 + W / 2}},
+  };
+  for (const Row& row : rows) {
+    auto s = scale(QelPoint(60, 60), 100, row.direction, row.position, 2);
+    s->setLabels(2, texts);
+    s->setVerticalLabels(row.vertical);
+    Image labelled = drawn(*s);
+    s->setLabels(2, nullptr);
+    Image bare = drawn(*s);
+    QelRect expected = ink;
+    expected.translate(row.text.x, row.text.y);
+    EXPECT_EQ(extentOf(labelled, kBlue, &bare), expected)
+        << row.direction << ' ' << row.position << ' ' << row.vertical;
+  }
+
+  // Between ticks each label moves half a step on, and the last one is left out.
+  const char* abc[] = {"a", "b", "c"};
+  auto s = scale(QelPoint(20, 30), 100, QelLeft, QelBottom, 3);
+  s->setLabels(3, abc);
+  s->setLabelsBetweenTicks(1);
+  Image labelled = drawn(*s);
+  s->setLabels(3, nullptr);
+  const Image bare = drawn(*s);
+  QelRect text = extentOf(labelled, kBlue, &bare);
+  EXPECT_GE(text.x, 42);          // "a" from 45 - 3
+  EXPECT_GT(text.right64(), 92);  // "b" from 95 - 3
+  EXPECT_LE(text.right64(), 98);  // and no "c" at 145 - 3
+}
+
+TEST_F(ScaleTest, BoundingBoxCoversEverythingDrawn) {
+  struct Row {
+    QelPosition direction, position;
+    bool vertical, between, integer;
+  };
+  const Row rows[] = {
+      {QelLeft, QelBottom, false, false, false}, {QelRight, QelTop, false, true, false},
+      {QelTop, QelRight, false, false, true},    {QelBottom, QelLeft, false, false, false},
+      {QelLeft, QelTop, true, false, false},     {QelRight, QelBottom, true, false, true},
+      {QelTop, QelLeft, true, true, false},      {QelBottom, QelRight, true, false, false},
+  };
+  const QelTransformer zoom(1.5, 1.5);
+  for (const Row& row : rows) {
+    for (const QelTransformer* t : {static_cast<const QelTransformer*>(nullptr), &zoom}) {
+      const bool horizontal = row.direction == QelLeft || row.direction == QelRight;
+      QelPoint origin(horizontal ? (row.direction == QelLeft ? 40 : 140) : 100,
+                      horizontal ? 100 : (row.direction == QelTop ? 40 : 140));
+      auto s = scale(origin, 100, row.direction, row.position, 7, 3, "%.1f");
+      s->setVerticalLabels(row.vertical);
+      s->setLabelsBetweenTicks(row.between);
+      s->setIntegerSteps(row.integer);
+      Image image = drawn(*s, 300, 300, t);
+      QelRect box, ticks;
+      s->boundingBox(box, t);
+      EXPECT_TRUE(box.contains(extentOf(image, kBlue)))
+          << row.direction << ' ' << row.position << ' ' << row.vertical << ' ' << bool(t);
+      // Without labels the box is exactly what is painted.
+      s->setLabels(7, nullptr);
+      s->ticksBBox(ticks, t);
+      EXPECT_EQ(ticks, extentOf(drawn(*s, 300, 300, t), kBlue))
+          << row.direction << ' ' << row.position << ' ' << bool(t);
+    }
+  }
+}
+
+TEST_F(ScaleTest, ScalesRoundTripThroughDataFiles) {
+  auto s = scale(QelPoint(-70000, 12), 300, QelRight, QelTop, 4, 2, nullptr);
+  const char* texts[] = {"say \"hi\"", nullptr, "", "back\\slash"};
+  s->setLabels(4, texts);
+  s->setVerticalLabels(1);
+  s->setKeepAllLabels(0);
+  auto bare = scale(QelPoint(5, 6), 40, QelBottom, QelRight, 3);
+  bare->setIntegerSteps(1);
+  bare->setLabelsBetweenTicks(1);
+  QelGraphic* graphics[] = {s.get(), bare.get()};
+  std::stringstream file;
+  ASSERT_TRUE(QelSaveGraphics(file, 2, graphics));
+  const std::string text = file.str();
+  std::vector<QelGraphic*> loaded = QelLoadGraphics(file, display);
+  ASSERT_EQ(loaded.size(), 2u) << text;
+  std::unique_ptr<QelGraphic> first(loaded[0]), second(loaded[1]);
+  auto* read = dynamic_cast<QelRectangularScale*>(first.get());
+  ASSERT_NE(read, nullptr);
+  EXPECT_EQ(read->getRect(), s->getRect());
+  EXPECT_EQ(read->getDirection(), QelRight);
+  EXPECT_EQ(read->getPosition(), QelTop);
+  EXPECT_EQ(read->getSubSteps(), 2u);
+  EXPECT_STREQ(read->getLabel(0), "say \"hi\"");
+  EXPECT_EQ(read->getLabel(1), nullptr);
+  EXPECT_STREQ(read->getLabel(2), "");
+  EXPECT_STREQ(read->getLabel(3), "back\\slash");
+  uint32_t w, a, d;
+  read->getLabelSizes(0, w, a, d);
+  EXPECT_EQ(w, 6u * 8);
+  EXPECT_TRUE(read->getVerticalLabels());
+  EXPECT_FALSE(read->getKeepAllLabels());
+  EXPECT_EQ(read->getNumberOfSkippedSteps(), s->getNumberOfSkippedSteps());
+  auto* other = dynamic_cast<QelRectangularScale*>(second.get());
+  ASSERT_NE(other, nullptr);
+  EXPECT_FALSE(other->hasLabels());
+  EXPECT_TRUE(other->getIntegerSteps());
+  EXPECT_TRUE(other->getLabelsBetweenTicks());
+  std::ostringstream again;
+  ASSERT_TRUE(QelSaveGraphics(again, 2, graphics));
+  EXPECT_EQ(again.str().substr(again.str().find("GraphicObjects")),
+            text.substr(text.find("GraphicObjects")));
+
+  // Labels on a scale of fewer than two steps, short label lists, steps beyond 16 bits, a
+  // direction that is no side, a position along the axis, flags beyond 0 and 1, and missing
+  // fields are refused.
+  const std::string fields = "-70300 7 300 5 4 2 5 3 1", flags = "2 4 0 1 0 0";
+  ASSERT_NE(text.find(fields), std::string::npos) << text;
+  ASSERT_NE(text.find(flags), std::string::npos) << text;
+  const std::pair<const std::string*, const char*> bad[] = {
+      {&fields, "-70300 7 300 5 1 2 5 3 1"},
+      {&fields, "-70300 7 300 5 5 2 5 3 1"},
+      {&fields, "-70300 7 300 5 65536 2 5 3 1"},
+      {&flags, "3 4 0 1 0 0"},
+      {&flags, "2 1 0 1 0 0"},
+      {&flags, "2 4 2 1 0 0"},
+      {&flags, "2 4 0 1 0"}};
+  for (const auto& [what, replacement] : bad) {
+    std::string broken = text;
+    broken.replace(broken.find(*what), what->size(), replacement);
+    std::stringstream in(broken);
+    CapturedMessages messages;
+    std::vector<QelGraphic*> result = QelLoadGraphics(in, display);
+    EXPECT_TRUE(result.empty()) << replacement;
+    for (QelGraphic* g : result) delete g;
+  }
+}
+
+// Records what reaches it instead of the screen.
+class CountingDevice : public QelDumpDevice {
+ public:
+  void drawSegments(QelPort*, const QelPalette*, uint32_t count, const QelPoint*,
+                    const QelPoint*) override {
+    segments += count;
+  }
+  void drawString(QelPort*, const QelPalette*, const QelPoint&, const char*, int,
+                  unsigned int) override {
+    ++strings;
+  }
+  uint32_t segments = 0, strings = 0;
+};
+
+TEST_F(ScaleTest, DrawingStartsOnlyNearTheVisiblePart) {
+  auto s = scale(QelPoint(0, 50), 100, QelLeft, QelBottom, 2);
+  QelPort port(display, 0, 100, 100);
+  struct Row {
+    QelPoint point;
+    const QelRegion* clip;
+    bool inside;
+  };
+  const QelRegion clip(QelRect(10, 10, 10, 10)), nothing;
+  const Row rows[] = {
+      {{299, 50}, nullptr, true},   {{300, 50}, nullptr, false}, {{-199, -199}, nullptr, true},
+      {{-200, 50}, nullptr, false}, {{219, 15}, &clip, true},    {{220, 15}, &clip, false},
+      {{15, 15}, &nothing, false},
+  };
+  for (const Row& row : rows)
+    EXPECT_EQ(s->liesIn(&port, row.point, row.clip), row.inside)
+        << row.point.x << ' ' << row.point.y;
+
+  // A recording port takes everything, however far out; on the screen only what can show is
+  // sent, even for a graduation of 65,535 ticks across two billion pixels.
+  CountingDevice device;
+  display->setDumpDevice(&device);
+  EXPECT_TRUE(s->liesIn(&port, QelPoint(INT32_MAX, INT32_MIN), nullptr));
+  auto huge = scale(QelPoint(-1000000000, 50), 2000000000u, QelLeft, QelBottom, 65535, 0, "%.0f");
+  huge->draw(&port, nullptr, nullptr);
+  display->setDumpDevice(nullptr);
+  EXPECT_EQ(device.strings, 65535u);
+  EXPECT_EQ(device.segments, 65535u);
+  // Minor ticks closer than a pixel, odd values and a turned view: drawing still ends, and only
+  // near the window.
+  huge->setSubSteps(65535);
+  huge->setLabels(65535, -INFINITY, NAN, "%g");
+  QelPort* window = windowPort(100, 100);
+  const QelTransformer turn(QelPoint(50, 50), 30);
+  for (const QelTransformer* t : {static_cast<const QelTransformer*>(nullptr), &turn})
+    huge->draw(window, t, nullptr);
+  EXPECT_GT(read(window).count(kBlue), 0u);
+  // Four billion minor ticks on 100 pixels are a hundred lines.
+  auto dense = scale(QelPoint(0, 50), 100, QelLeft, QelBottom, 65535, 65535);
+  dense->draw(window, nullptr, nullptr);
+}
+
+}  // namespace
+}  // namespace kestrel::test
