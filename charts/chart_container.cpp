@@ -149,10 +149,9 @@ QelRect viewRect(const QelRect& area, const QelPoint& point) {
 }
 }  // namespace
 
-QelChartContainer::QelChartContainer(QelDisplay* display, void* parentWidget,
-                                     const QelRect& area, const QelPoint& point,
-                                     QelPosition axis, QelPosition scalePositions,
-                                     int accelerators)
+QelChartContainer::QelChartContainer(QelDisplay* display, void* parentWidget, const QelRect& area,
+                                     const QelPoint& point, QelPosition axis,
+                                     QelPosition scalePositions, int accelerators)
     : QelContainer(display, parentWidget, viewRect(area, point)), axisPosition(axis) {
   init(scalePositions, area, accelerators);
 }
@@ -183,10 +182,10 @@ void QelChartContainer::init(QelPosition scalePositions, const QelRect& area, in
     QelPosition position = indexToPosition(i);
     if (!(scalePositions & position)) continue;
     const bool horizontal = position == QelBottom;
-    auto* scale = new QelRectangularScale(
-        display, QelPoint(area.x, area.bottom()), horizontal ? area.w : area.h, "%.4g",
-        visibleMin[i], visibleMax[i], horizontal ? QelLeft : QelBottom, position, kSteps,
-        kSubSteps, kStepSize, kSubStepSize);
+    auto* scale = new QelRectangularScale(display, QelPoint(area.x, area.bottom()),
+                                          horizontal ? area.w : area.h, "%.4g", visibleMin[i],
+                                          visibleMax[i], horizontal ? QelLeft : QelBottom, position,
+                                          kSteps, kSubSteps, kStepSize, kSubStepSize);
     scale->setKeepAllLabels(0);
     scales[i] = scale;
     insertObject(scale, objectIndexOfScaleInsert());
@@ -349,11 +348,11 @@ void QelChartContainer::translateCharts(QelPosition positions, float dx, float d
   getLimits(QelVertical, lyMin, lyMax);
   const bool x = (positions & QelHorizontal) && dx != 0 && finite(dx) && xMin >= limitMin[0] &&
                  xMax <= limitMax[0];
-  const bool y = (positions & QelVertical) && dy != 0 && finite(dy) && yMin >= lyMin &&
-                 yMax <= lyMax;
+  const bool y =
+      (positions & QelVertical) && dy != 0 && finite(dy) && yMin >= lyMin && yMax <= lyMax;
   if (!x && !y) return;
-  zoomCharts(QelPosition((x ? unsigned(QelHorizontal) : 0u) | (y ? unsigned(QelVertical) : 0u)), xMin, xMax, yMin, yMax,
-             redraw);
+  zoomCharts(QelPosition((x ? unsigned(QelHorizontal) : 0u) | (y ? unsigned(QelVertical) : 0u)),
+             xMin, xMax, yMin, yMax, redraw);
 }
 
 void QelChartContainer::fitChartsToContents(QelPosition positions, int redraw) {
@@ -450,7 +449,8 @@ void QelChartContainer::insertChart(QelAbstractChart* chart, int redraw) {
 void QelChartContainer::pushChart(QelAbstractChart* chart, int redraw) {
   if (_chartCount <= 1 || getChartIndex(chart) <= 0) return;
   int to = getIndex(firstChart);
-  if (chart == lastChart) lastChart = static_cast<QelAbstractChart*>(getObjectAt(getIndex(chart) - 1));
+  if (chart == lastChart)
+    lastChart = static_cast<QelAbstractChart*>(getObjectAt(getIndex(chart) - 1));
   removeObject(chart, 0);
   insertObject(chart, to);
   firstChart = chart;
@@ -460,7 +460,8 @@ void QelChartContainer::pushChart(QelAbstractChart* chart, int redraw) {
 void QelChartContainer::popChart(QelAbstractChart* chart, int redraw) {
   int listIndex = getChartIndex(chart);
   if (_chartCount <= 1 || listIndex < 0 || chart == lastChart) return;
-  if (chart == firstChart) firstChart = static_cast<QelAbstractChart*>(getObjectAt(getIndex(chart) + 1));
+  if (chart == firstChart)
+    firstChart = static_cast<QelAbstractChart*>(getObjectAt(getIndex(chart) + 1));
   int to = getIndex(lastChart);
   removeObject(chart, 0);
   insertObject(chart, to + 1 > int(getCardinal()) ? -1 : to);
@@ -520,7 +521,8 @@ QelAbstractChart** QelChartContainer::getCharts(uint32_t& count) const {
   if (!array || capacity < count) {
     std::free(array);
     capacity = count;
-    array = static_cast<QelAbstractChart**>(std::malloc(sizeof(QelAbstractChart*) * (count ? count : 1)));
+    array = static_cast<QelAbstractChart**>(
+        std::malloc(sizeof(QelAbstractChart*) * (count ? count : 1)));
     if (!array) {
       capacity = count = 0;
       return nullptr;

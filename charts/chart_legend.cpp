@@ -117,8 +117,7 @@ QelRect QelChartLegend::itemBox(size_t index, const QelTransformer* t) const {
   const QelFont* font = palette ? palette->getFont() : nullptr;
   const int32_t row = rowHeight(font);
   int32_t width = 0;
-  if (index < _items.size() && font)
-    width = font->textWidth(_items[index].name.c_str(), -1);
+  if (index < _items.size() && font) width = font->textWidth(_items[index].name.c_str(), -1);
   QelPoint p = _position;
   if (t) t->apply(p);
   return QelRect(QelClampToInt32(int64_t(p.x) + kPadding),

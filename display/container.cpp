@@ -111,52 +111,56 @@ constexpr uint64_t kLabelGap = uint64_t(1) << 32;
 constexpr uint64_t kFirstLabel = uint64_t(1) << 62;
 }  // namespace
 
-void QelContainer::relabel() {
-  std::vector<QelGraphic*> objects = getObjects();
-  _objects.clear();
-  uint64_t label = kFirstLabel;
-  // A list too long for the usual gap shares the label space evenly.
-  uint64_t gap = objects.size() < (uint64_t(1) << 30) ? kLabelGap : 2;
-  for (QelGraphic* obj : objects) {
-    _objects.insert({label, obj});
-    _members[obj] = label;
-    label += gap;
+uint64_t QelContainer::spreadAround(size_t index) {
+  const size_t n = _objects.size();
+  constexpr uint64_t kMinGap = uint64_t(1) << 12;
+  for (size_t half = 1;; half *= 2) {
+    size_t lo = index > half ? index - half : 0;
+    size_t hi = std::min(n, index + half);
+    uint64_t low = lo == 0 ? 0 : _objects.find_by_order(lo - 1)->first;
+    uint64_t high = hi == n ? ~uint64_t(0) : _objects.find_by_order(hi)->first;
+    uint64_t slots = uint64_t(hi - lo) + 1;  // the window's objects and the new one
+    uint64_t gap = (high - low) / (slots + 1);
+    if (gap < kMinGap && !(lo == 0 && hi == n)) continue;
+    if (gap < 2) gap = 2;  // only a list of billions of objects comes here
+    std::vector<QelGraphic*> window;
+    window.reserve(hi - lo);
+    for (size_t i = lo; i < hi; ++i)
+      window.push_back(_objects.find_by_order(lo)->second),
+          _objects.erase(_objects.find_by_order(lo));
+    uint64_t label = low + gap, reserved = 0;
+    size_t next = 0;
+    for (size_t slot = lo; slot <= hi; ++slot, label += gap) {
+      if (slot == index) {
+        reserved = label;
+        continue;
+      }
+      QelGraphic* obj = window[next++];
+      _objects.insert({label, obj});
+      _members[obj] = label;
+    }
+    return reserved;
   }
 }
 
 void QelContainer::placeAt(QelGraphic* obj, int index) {
-  size_t n = _objects.size();
-  for (int attempt = 0; attempt < 2; ++attempt) {
-    uint64_t label;
-    if (n == 0) {
-      label = kFirstLabel;
-    } else if (index < 0 || size_t(index) >= n) {
-      uint64_t last = _objects.rbegin()->first;
-      if (last > ~uint64_t(0) - kLabelGap) {
-        relabel();
-        continue;
-      }
-      label = last + kLabelGap;
-    } else if (index == 0) {
-      uint64_t first = _objects.begin()->first;
-      if (first < kLabelGap) {
-        relabel();
-        continue;
-      }
-      label = first - kLabelGap;
-    } else {
-      uint64_t before = _objects.find_by_order(size_t(index) - 1)->first;
-      uint64_t after = _objects.find_by_order(size_t(index))->first;
-      if (after - before < 2) {
-        relabel();
-        continue;
-      }
-      label = before + (after - before) / 2;
-    }
-    _objects.insert({label, obj});
-    _members[obj] = label;
-    return;
-  }
+  const size_t n = _objects.size();
+  const size_t at = index < 0 || size_t(index) > n ? n : size_t(index);
+  uint64_t before = at == 0 ? 0 : _objects.find_by_order(at - 1)->first;
+  uint64_t after = at == n ? ~uint64_t(0) : _objects.find_by_order(at)->first;
+  uint64_t label;
+  if (n == 0)
+    label = kFirstLabel;
+  else if (at == n && after - before > kLabelGap)
+    label = before + kLabelGap;  // appending keeps the usual gap
+  else if (at == 0 && before == 0 && after > kLabelGap)
+    label = after - kLabelGap;
+  else if (after - before >= 2)
+    label = before + (after - before) / 2;
+  else
+    label = spreadAround(at);
+  _objects.insert({label, obj});
+  _members[obj] = label;
 }
 
 void QelContainer::adopt(QelGraphic* obj) {

@@ -162,13 +162,13 @@ class QelContainer : public QelView, public QelGraphicHolder {
 
   // The list is an order-statistic tree over sparse 64-bit labels: an object's index, and
   // inserting or removing at any place, cost O(log n) even with hundreds of thousands of
-  // objects. A label is chosen between its neighbours; when two neighbours leave no room the
-  // whole list is labelled afresh, which appends and prepends never need.
+  // objects. A label is chosen between its neighbours; when two neighbours leave no room, the
+  // neighbourhood is spread out (spreadAround).
   using ObjectList =
       __gnu_pbds::tree<uint64_t, QelGraphic*, std::less<uint64_t>, __gnu_pbds::rb_tree_tag,
                        __gnu_pbds::tree_order_statistics_node_update>;
   void placeAt(QelGraphic* obj, int index);
-  void relabel();
+  uint64_t spreadAround(size_t index);
 
   ObjectList _objects;
   std::unordered_map<const QelGraphic*, uint64_t> _members;  // each object's label

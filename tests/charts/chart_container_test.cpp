@@ -98,9 +98,9 @@ TEST(ChartContainerIndexTest, PositionsMapToScaleSlotsAndBack) {
     unsigned position;
     int index;
   };
-  for (Row row : {Row{QelBottom, 0}, Row{QelLeft, 1}, Row{QelRight, 2}, Row{QelTop, -1},
-                  Row{QelHorizontal, -1}, Row{QelVertical, -1}, Row{QelLeft | QelBottom, -1},
-                  Row{0, -1}})
+  for (Row row :
+       {Row{QelBottom, 0}, Row{QelLeft, 1}, Row{QelRight, 2}, Row{QelTop, -1},
+        Row{QelHorizontal, -1}, Row{QelVertical, -1}, Row{QelLeft | QelBottom, -1}, Row{0, -1}})
     EXPECT_EQ(QelChartContainer::positionToIndex(QelPosition(row.position)), row.index)
         << row.position;
   EXPECT_EQ(QelChartContainer::indexToPosition(0), QelBottom);
@@ -234,13 +234,13 @@ TEST_F(ChartContainerTest, AcceleratorsScrollAndZoomWithinTheLimits) {
   };
   // Steps are a quarter of the range (the scales have five ticks); at a limit the step is cut.
   const Row rows[] = {
-      {XK_Right, 10, 50, 0, 20},  {XK_Right, 20, 60, 0, 20}, {XK_Left, 10, 50, 0, 20},
-      {XK_Left, 0, 40, 0, 20},    {XK_Left, 0, 40, 0, 20},   {XK_Up, 0, 40, 5, 25},
-      {XK_Up, 0, 40, 10, 30},     {XK_Up, 0, 40, 15, 35},    {XK_Up, 0, 40, 20, 40},
-      {XK_Up, 0, 40, 20, 40},     {XK_Down, 0, 40, 15, 35},  {XK_Z, 10, 30, 15, 35},
-      {XK_z, 10, 30, 20, 30},     {XK_U, 0, 40, 20, 30},     {XK_U, 0, 60, 20, 30},
-      {XK_u, 0, 60, 15, 35},      {XK_F, 0, 100, 15, 35},    {XK_f, 0, 100, 0, 40},
-      {XK_Right, 0, 100, 0, 40},  {XK_z, 0, 100, 10, 30},    {XK_B, 0, 100, 0, 40},
+      {XK_Right, 10, 50, 0, 20}, {XK_Right, 20, 60, 0, 20}, {XK_Left, 10, 50, 0, 20},
+      {XK_Left, 0, 40, 0, 20},   {XK_Left, 0, 40, 0, 20},   {XK_Up, 0, 40, 5, 25},
+      {XK_Up, 0, 40, 10, 30},    {XK_Up, 0, 40, 15, 35},    {XK_Up, 0, 40, 20, 40},
+      {XK_Up, 0, 40, 20, 40},    {XK_Down, 0, 40, 15, 35},  {XK_Z, 10, 30, 15, 35},
+      {XK_z, 10, 30, 20, 30},    {XK_U, 0, 40, 20, 30},     {XK_U, 0, 60, 20, 30},
+      {XK_u, 0, 60, 15, 35},     {XK_F, 0, 100, 15, 35},    {XK_f, 0, 100, 0, 40},
+      {XK_Right, 0, 100, 0, 40}, {XK_z, 0, 100, 10, 30},    {XK_B, 0, 100, 0, 40},
   };
   for (const Row& row : rows) {
     press(row.keysym);
