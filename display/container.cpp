@@ -85,7 +85,10 @@ QelContainer::~QelContainer() {
   setDoubleBuffering(0);
   if (_erasePalette) _erasePalette->unLock();
   // Later objects may refer to earlier ones (a selection to what it frames): delete them first.
-  for (auto it = _objects.rbegin(); it != _objects.rend(); ++it) {
+  std::vector<QelGraphic*> objects = getObjects();
+  _objects.clear();
+  _members.clear();
+  for (auto it = objects.rbegin(); it != objects.rend(); ++it) {
     (*it)->setHolder(nullptr);
     delete *it;
   }
@@ -103,14 +106,82 @@ void QelContainer::setBackground(QelColor* color) {
 
 // --- Objects -----------------------------------------------------------------------------------
 
+namespace {
+constexpr uint64_t kLabelGap = uint64_t(1) << 32;
+constexpr uint64_t kFirstLabel = uint64_t(1) << 62;
+}  // namespace
+
+uint64_t QelContainer::spreadAround(size_t index) {
+  const size_t n = _objects.size();
+  constexpr uint64_t kMinGap = uint64_t(1) << 12;
+  for (size_t half = 1;; half *= 2) {
+    size_t lo = index > half ? index - half : 0;
+    size_t hi = std::min(n, index + half);
+    uint64_t low = lo == 0 ? 0 : _objects.find_by_order(lo - 1)->first;
+    uint64_t high = hi == n ? ~uint64_t(0) : _objects.find_by_order(hi)->first;
+    uint64_t slots = uint64_t(hi - lo) + 1;  // the window's objects and the new one
+    uint64_t gap = (high - low) / (slots + 1);
+    if (gap < kMinGap && !(lo == 0 && hi == n)) continue;
+    if (gap < 2) gap = 2;  // only a list of billions of objects comes here
+    std::vector<QelGraphic*> window;
+    window.reserve(hi - lo);
+    for (size_t i = lo; i < hi; ++i)
+      window.push_back(_objects.find_by_order(lo)->second),
+          _objects.erase(_objects.find_by_order(lo));
+    uint64_t label = low + gap, reserved = 0;
+    size_t next = 0;
+    for (size_t slot = lo; slot <= hi; ++slot, label += gap) {
+      if (slot == index) {
+        reserved = label;
+        continue;
+      }
+      QelGraphic* obj = window[next++];
+      _objects.insert({label, obj});
+      _members[obj] = label;
+    }
+    return reserved;
+  }
+}
+
+void QelContainer::placeAt(QelGraphic* obj, int index) {
+  const size_t n = _objects.size();
+  const size_t at = index < 0 || size_t(index) > n ? n : size_t(index);
+  uint64_t before = at == 0 ? 0 : _objects.find_by_order(at - 1)->first;
+  uint64_t after = at == n ? ~uint64_t(0) : _objects.find_by_order(at)->first;
+  uint64_t label;
+  if (n == 0)
+    label = kFirstLabel;
+  else if (at == n && after - before > kLabelGap)
+    label = before + kLabelGap;  // appending keeps the usual gap
+  else if (at == 0 && before == 0 && after > kLabelGap)
+    label = after - kLabelGap;
+  else if (after - before >= 2)
+    label = before + (after - before) / 2;
+  else
+    label = spreadAround(at);
+  _objects.insert({label, obj});
+  _members[obj] = label;
+}
+
 void QelContainer::adopt(QelGraphic* obj) {
-  _members.insert(obj);
   obj->setHolder(this);
+}
+
+std::vector<QelGraphic*> QelContainer::getObjects() const {
+  std::vector<QelGraphic*> objects;
+  objects.reserve(_objects.size());
+  for (const auto& entry : _objects) objects.push_back(entry.second);
+  return objects;
+}
+
+QelGraphic* QelContainer::getObjectAt(int index) const {
+  if (index < 0 || size_t(index) >= _objects.size()) return nullptr;
+  return _objects.find_by_order(size_t(index))->second;
 }
 
 void QelContainer::addObject(QelGraphic* obj, int reDraw) {
   if (!obj || isManaged(obj)) return;
-  _objects.push_back(obj);
+  placeAt(obj, -1);
   adopt(obj);
   if (reDraw) reDrawObj(obj);
 }
@@ -123,10 +194,7 @@ void QelContainer::addObject(const char* name, QelGraphic* obj, int reDraw) {
 
 void QelContainer::insertObject(QelGraphic* obj, int index) {
   if (!obj || isManaged(obj)) return;
-  if (index < 0 || size_t(index) >= _objects.size())
-    _objects.push_back(obj);
-  else
-    _objects.insert(_objects.begin() + index, obj);
+  placeAt(obj, index);
   adopt(obj);
 }
 
@@ -145,8 +213,10 @@ void QelContainer::objectDeleted(QelGraphic* obj) {
 }
 
 void QelContainer::forget(QelGraphic* obj) {
-  _objects.erase(std::find(_objects.begin(), _objects.end(), obj));
-  _members.erase(obj);
+  auto member = _members.find(obj);
+  if (member == _members.end()) return;
+  _objects.erase(member->second);
+  _members.erase(member);
   _hidden.erase(obj);
   if (_pressed == obj) _pressed = nullptr;
 }
@@ -159,9 +229,12 @@ void QelContainer::setPressed(QelGraphic* obj) {
 }
 
 void QelContainer::swap(QelGraphic* first, QelGraphic* second) {
-  auto a = std::find(_objects.begin(), _objects.end(), first);
-  auto b = std::find(_objects.begin(), _objects.end(), second);
-  if (a != _objects.end() && b != _objects.end()) std::iter_swap(a, b);
+  if (first == second || !isManaged(first) || !isManaged(second)) return;
+  uint64_t& a = _members[first];
+  uint64_t& b = _members[second];
+  _objects.find(a)->second = second;
+  _objects.find(b)->second = first;
+  std::swap(a, b);
 }
 
 bool QelContainer::isManaged(const QelGraphic* obj) const {
@@ -169,13 +242,13 @@ bool QelContainer::isManaged(const QelGraphic* obj) const {
 }
 
 int QelContainer::getIndex(const QelGraphic* obj) const {
-  auto found = std::find(_objects.begin(), _objects.end(), obj);
-  return found == _objects.end() ? -1 : int(found - _objects.begin());
+  auto member = _members.find(obj);
+  return member == _members.end() ? -1 : int(_objects.order_of_key(member->second));
 }
 
 QelGraphic* QelContainer::getObject(const char* name) const {
   if (!name) return nullptr;
-  for (QelGraphic* obj : _objects)
+  for (const auto& [label, obj] : _objects)
     if (const char* objName = obj->getName(); objName && std::strcmp(objName, name) == 0)
       return obj;
   return nullptr;
@@ -208,7 +281,8 @@ QelGraphic* QelContainer::lastContains(const QelPoint& p) const {
   QelPoint model = p;
   if (_transformer && !_transformer->inverse(model)) return nullptr;
   for (auto it = _objects.rbegin(); it != _objects.rend(); ++it)
-    if (isVisible(*it) && (*it)->contains(model, p, _transformer.get())) return *it;
+    if (isVisible(it->second) && it->second->contains(model, p, _transformer.get()))
+      return it->second;
   return nullptr;
 }
 
@@ -355,7 +429,7 @@ void QelContainer::drawAll(QelPort* port, const QelRegion& region, const QelRegi
   const QelRect& bounds = region.getBBox();
   const bool oneRectangle = region.getCount() == 1;
   const bool anyHidden = !_hidden.empty();
-  for (QelGraphic* obj : _objects) {
+  for (const auto& [label, obj] : _objects) {
     if (anyHidden && _hidden.count(obj)) continue;
     QelRect box;
     obj->boundingBox(box, t);
@@ -371,7 +445,7 @@ void QelContainer::draw(QelPort* port, const QelTransformer* t, const QelRegion*
   if (!port || !display) return;
   if (!t) t = _transformer.get();
   display->openDrawing(port, clip);
-  for (QelGraphic* obj : _objects)
+  for (const auto& [label, obj] : _objects)
     if (isVisible(obj)) obj->draw(port, t, clip);
   display->closeDrawing();
 }
@@ -471,5 +545,6 @@ int QelContainer::read(std::istream& stream) {
 }
 
 bool QelContainer::save(std::ostream& stream) const {
-  return QelSaveGraphics(stream, uint32_t(_objects.size()), _objects.data());
+  std::vector<QelGraphic*> objects = getObjects();
+  return QelSaveGraphics(stream, uint32_t(objects.size()), objects.data());
 }

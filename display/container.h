@@ -3,8 +3,11 @@
 // interactors of the objects under the pointer.
 #pragma once
 
+#include <ext/pb_ds/assoc_container.hpp>
+#include <ext/pb_ds/tree_policy.hpp>
 #include <istream>
 #include <memory>
+#include <unordered_map>
 #include <unordered_set>
 #include <vector>
 
@@ -117,7 +120,10 @@ class QelContainer : public QelView, public QelGraphicHolder {
   void removeAccelerator(int type, uint16_t key, uint16_t modifiers = 0);
 
   uint32_t getCardinal() const { return uint32_t(_objects.size()); }
-  const std::vector<QelGraphic*>& getObjects() const { return _objects; }
+  // A copy of the list, in drawing order.
+  std::vector<QelGraphic*> getObjects() const;
+  // The object at `index` of the list, or null.
+  QelGraphic* getObjectAt(int index) const;
   bool isManaged(const QelGraphic* obj) const;
   int getIndex(const QelGraphic* obj) const;
   QelGraphic* getObject(const char* name) const;
@@ -154,8 +160,18 @@ class QelContainer : public QelView, public QelGraphicHolder {
   // Copies `rect` of the off-screen bitmap to the same place in the window.
   void showFromBuffer(const QelRect& rect);
 
-  std::vector<QelGraphic*> _objects;
-  std::unordered_set<const QelGraphic*> _members;  // the same objects, for membership tests
+  // The list is an order-statistic tree over sparse 64-bit labels: an object's index, and
+  // inserting or removing at any place, cost O(log n) even with hundreds of thousands of
+  // objects. A label is chosen between its neighbours; when two neighbours leave no room, the
+  // neighbourhood is spread out (spreadAround).
+  using ObjectList =
+      __gnu_pbds::tree<uint64_t, QelGraphic*, std::less<uint64_t>, __gnu_pbds::rb_tree_tag,
+                       __gnu_pbds::tree_order_statistics_node_update>;
+  void placeAt(QelGraphic* obj, int index);
+  uint64_t spreadAround(size_t index);
+
+  ObjectList _objects;
+  std::unordered_map<const QelGraphic*, uint64_t> _members;  // each object's label
   std::unordered_set<const QelGraphic*> _hidden;
   std::unique_ptr<QelTransformer> _transformer;
   QelBitmap* _doubleBuffer = nullptr;

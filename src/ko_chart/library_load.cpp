@@ -4,6 +4,7 @@
 
 #include "base/module_init.h"
 #include "charts/chart.h"
+#include "charts/chart_container.h"
 #include "charts/scale.h"
 #include "display/container.h"
 #include "display/view.h"
@@ -20,12 +21,13 @@ namespace {
 // The toolkit's load order is graphio, graphic, chart, scale, graphset, view, contain, chartcnt,
 // contint, chartint, ..., rectobj, ..., marker, ..., select, ..., gadget, ..., scrollb, ...,
 // msglabel, ...; a module gets its entry here, in that order, once the library contains it.
-constexpr std::array<QelModule, 13> loadOrder{{
+constexpr std::array<QelModule, 14> loadOrder{{
     {"graphic", QelGraphicModuleInit},
     {"chart", QelChartModuleInit},
     {"scale", QelScaleModuleInit},
     {"view", QelViewModuleInit},
     {"contain", QelContainerModuleInit},
+    {"chartcnt", QelChartContainerModuleInit},
     {"rectobj", QelRectangleModuleInit},
     {"select", QelSelectionModuleInit},
     {"gadget", QelGadgetModuleInit},
