@@ -14,6 +14,7 @@
 //   draw_copy.cpp        copyArea, copyTransparentArea, clearArea, drawBitmap
 //   draw_relief.cpp      shadows and relief, markers, arrows
 //   main_loop.cpp        reading and dispatching events
+//   look_and_feel.cpp    the gadgets' look-and-feel handler
 //   x_errors.cpp         X error count and trapping (and the handlers, x_errors.h)
 #pragma once
 

@@ -1,5 +1,7 @@
 #include "examples/chart_window.h"
 
+#include <cstdio>
+
 #include <Xm/Protocols.h>
 #include <Xm/Xm.h>
 
@@ -9,6 +11,8 @@
 #include "display/container.h"
 #include "display/display.h"
 #include "display/main_loop.h"
+#include "gadgets/message_label.h"
+#include "gadgets/scroll_bar.h"
 #include "graphics/rectangle.h"
 #include "graphics/transformer.h"
 
@@ -21,6 +25,8 @@ constexpr int32_t kPanelWidth = 190, kPanelHeight = 176, kGap = 20, kCaptionHeig
 // Room inside a panel for its value axis on the left and its sample axis below.
 constexpr int32_t kAxisWidth = 30, kAxisHeight = 22;
 constexpr int kTickMilliseconds = 250;
+// The control strip under the panels and the bar at their right.
+constexpr int32_t kControlsHeight = 70, kSideWidth = 70;
 
 // A line of text above a panel. The demo's own small graphic: the toolkit draws text through the
 // display, and a graphic only has to say where.
@@ -70,8 +76,8 @@ void mapInto(QelAbstractChart* chart, const QelRect& area, float top, int32_t in
 }  // namespace
 
 ChartWindow::ChartWindow(QelDisplay* display, Widget appShell) : _display(display) {
-  const uint32_t width = kGap + kColumns * (kPanelWidth + kGap);
-  const uint32_t height = kGap + kRows * (kPanelHeight + kGap);
+  const uint32_t width = kGap + kColumns * (kPanelWidth + kGap) + kSideWidth;
+  const uint32_t height = kGap + kRows * (kPanelHeight + kGap) + kControlsHeight;
   _shell = XtVaCreatePopupShell("charts", topLevelShellWidgetClass, appShell, XmNtitle,
                                 "Live charts", XmNdeleteResponse, XmDO_NOTHING, nullptr);
   Atom deleteWindow = XmInternAtom(XtDisplay(_shell), const_cast<char*>("WM_DELETE_WINDOW"), False);
@@ -86,8 +92,9 @@ ChartWindow::ChartWindow(QelDisplay* display, Widget appShell) : _display(displa
   for (unsigned long i = 0; i < kPoints; ++i) step();
   addPanels();
   relabel();
+  addControls(width, height);
   _container->setDoubleBuffering(1);
-  _timer = std::make_unique<QelTimer>(display, 0, kTickMilliseconds, onTick, this);
+  _timer = std::make_unique<QelTimer>(display, 0, _period->getValue(), onTick, this);
 }
 
 ChartWindow::~ChartWindow() {
@@ -169,7 +176,8 @@ void ChartWindow::step() {
     QelChartDataYPoints* series = _series[s];
     float last = series->getValues()[kPoints - 1];
     _seed = _seed * 1103515245u + 12345u;
-    float change = float(int((_seed >> 16) % 31) - 15);
+    const int jump = _jump ? _jump->getValue() : 15;
+    float change = float(int((_seed >> 16) % unsigned(2 * jump + 1)) - jump);
     float next = last + change;
     if (next < 5 || next > kTop - 5) next = last - change;
     if (next < 0 || next > kTop) next = kTop / 2;
@@ -177,6 +185,51 @@ void ChartWindow::step() {
   }
   ++_steps;
   relabel();
+}
+
+void ChartWindow::addControls(uint32_t width, uint32_t height) {
+  QelDisplay* d = _display;
+  // A text of the message database, looked up in the current language when drawn.
+  d->getMessageDatabase().setMessage("&kestrelDemoControls",
+                                     "Drag, click or use the keys on the scroll bars:");
+  const int32_t top = int32_t(height) - kControlsHeight;
+  _container->addObject(
+      new QelMessageLabel(d, "&kestrelDemoControls", QelRect(kGap, top, 400, 20), QelLeft), 0);
+  _period = new QelScrollBar(d, QelRect(kGap, top + 24, 400, 20));
+  _period->setValues(50, 1050, kTickMilliseconds, 50);
+  _period->increment = _period->decrement = 10;
+  _period->pageIncrement = _period->pageDecrement = 100;
+  _periodText = new QelMessageLabel(d, "", QelRect(kGap + 410, top + 20, 200, 32), QelLeft, 2);
+  _periodText->setOpaque(1);
+
+  const int32_t side = int32_t(width) - kSideWidth;
+  _jump =
+      new QelScrollBar(d, QelRect(side + (kSideWidth - 20) / 2, kGap + 40, 20, 260), QelVertical);
+  _jump->setValues(1, 31, 15, 1);
+  _jumpText = new QelMessageLabel(d, "", QelRect(side, kGap, kSideWidth - 4, 36), QelCenter);
+  for (QelScrollBar* bar : {_period, _jump}) {
+    auto changed = [](QelGraphic*, void* window) {
+      static_cast<ChartWindow*>(window)->controlsChanged();
+    };
+    bar->setCallback(QelGraphic::CallbackSymbol(), changed, this);
+    bar->setCallback(QelScrollBar::DragCallbackSymbol(), changed, this);
+    _container->addObject(bar, 0);
+  }
+  _container->addObject(_periodText, 0);
+  _container->addObject(_jumpText, 0);
+  controlsChanged();
+}
+
+void ChartWindow::controlsChanged() {
+  char text[64];
+  std::snprintf(text, sizeof text, "A step every\n%d ms", _period->getValue());
+  _periodText->getMessage().setName(text, 1);
+  std::snprintf(text, sizeof text, "Jumps\nup to %d", _jump->getValue());
+  _jumpText->getMessage().setName(text, 1);
+  _container->reDrawObj(_periodText);
+  _container->reDrawObj(_jumpText);
+  if (_timer && _timer->isRunning() && _timer->getPeriod() != uint32_t(_period->getValue()))
+    _timer->run(0, _period->getValue());
 }
 
 void ChartWindow::show() {

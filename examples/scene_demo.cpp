@@ -32,6 +32,7 @@
 #include "display/display.h"
 #include "examples/chart_window.h"
 #include "examples/window_png.h"
+#include "gadgets/motif_look.h"
 #include "graphics/output_file.h"
 #include "graphics/rectangle.h"
 #include "graphics/selection.h"
@@ -358,6 +359,8 @@ int main(int argc, char** argv) {
   QelRectangleModuleInit();
   QelSelectionModuleInit();
   QelChartModuleInit();
+  QelMotifScrollBarModuleInit();
+  QelMotifMessageLabelModuleInit();
   auto* display = new QelDisplay(XtDisplay(app.shell), "sceneDemo");
   if (!display->getXDisplay()) {
     std::fprintf(stderr, "%s: the toolkit could not use the display\n", argv[0]);

@@ -15,6 +15,7 @@
 #include "charts/chart.h"
 #include "charts/scale.h"
 #include "display/display.h"
+#include "gadgets/motif_look.h"
 #include "graphics/class_info.h"
 #include "graphics/graphic.h"
 #include "graphics/input_file.h"
@@ -60,6 +61,8 @@ bool prepare() {
   QelSelectionModuleInit();
   QelChartModuleInit();
   QelScaleModuleInit();
+  QelMotifScrollBarModuleInit();
+  QelMotifMessageLabelModuleInit();
   TextProperty::ClassInfo();
   return true;
 }

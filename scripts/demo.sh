@@ -26,7 +26,7 @@ cleanup() {
   rm -f "$numberFile"
 }
 trap cleanup EXIT
-Xvfb -displayfd 3 -nolisten tcp -screen 0 1400x900x24 3>"$numberFile" >/dev/null 2>&1 &
+Xvfb -displayfd 3 -nolisten tcp -screen 0 1600x1000x24 3>"$numberFile" >/dev/null 2>&1 &
 xvfb=$!
 # Xvfb writes its display number once it accepts connections.
 for _ in $(seq 200); do

@@ -16,6 +16,7 @@
 #include "graphics/output_file.h"
 #include "graphics/region.h"
 #include "graphics/transformer.h"
+#include "tests/support/data_files.h"
 #include "tests/support/display_fixture.h"
 #include "tests/support/messages.h"
 
@@ -340,14 +341,11 @@ TEST_F(ScaleTest, ScalesRoundTripThroughDataFiles) {
   auto bare = scale(QelPoint(5, 6), 40, QelBottom, QelRight, 3);
   bare->setIntegerSteps(1);
   bare->setLabelsBetweenTicks(1);
-  QelGraphic* graphics[] = {s.get(), bare.get()};
-  std::stringstream file;
-  ASSERT_TRUE(QelSaveGraphics(file, 2, graphics));
-  const std::string text = file.str();
-  std::vector<QelGraphic*> loaded = QelLoadGraphics(file, display);
+  std::string text;
+  auto loaded = roundTrip(display, {s.get(), bare.get()}, &text);
   ASSERT_EQ(loaded.size(), 2u) << text;
-  std::unique_ptr<QelGraphic> first(loaded[0]), second(loaded[1]);
-  auto* read = dynamic_cast<QelRectangularScale*>(first.get());
+  QelGraphic *first = loaded[0].get(), *second = loaded[1].get();
+  auto* read = dynamic_cast<QelRectangularScale*>(first);
   ASSERT_NE(read, nullptr);
   EXPECT_EQ(read->getRect(), s->getRect());
   EXPECT_EQ(read->getDirection(), QelRight);
@@ -363,12 +361,13 @@ TEST_F(ScaleTest, ScalesRoundTripThroughDataFiles) {
   EXPECT_TRUE(read->getVerticalLabels());
   EXPECT_FALSE(read->getKeepAllLabels());
   EXPECT_EQ(read->getNumberOfSkippedSteps(), s->getNumberOfSkippedSteps());
-  auto* other = dynamic_cast<QelRectangularScale*>(second.get());
+  auto* other = dynamic_cast<QelRectangularScale*>(second);
   ASSERT_NE(other, nullptr);
   EXPECT_FALSE(other->hasLabels());
   EXPECT_TRUE(other->getIntegerSteps());
   EXPECT_TRUE(other->getLabelsBetweenTicks());
   std::ostringstream again;
+  QelGraphic* graphics[] = {s.get(), bare.get()};
   ASSERT_TRUE(QelSaveGraphics(again, 2, graphics));
   EXPECT_EQ(again.str().substr(again.str().find("GraphicObjects")),
             text.substr(text.find("GraphicObjects")));

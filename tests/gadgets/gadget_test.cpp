@@ -12,6 +12,7 @@
 #include "display/color.h"
 #include "display/container.h"
 #include "display/display.h"
+#include "display/event.h"
 #include "display/font.h"
 #include "display/palette.h"
 #include "gadgets/message_label.h"
@@ -19,6 +20,7 @@
 #include "gadgets/scroll_bar.h"
 #include "graphics/input_file.h"
 #include "graphics/output_file.h"
+#include "tests/support/data_files.h"
 #include "tests/support/display_fixture.h"
 #include "tests/support/motif_host.h"
 
@@ -101,6 +103,39 @@ TEST_F(GadgetTest, SetValueCallsNothingAndRedrawsOnlyWhenHeldAndChanged) {
   EXPECT_EQ(bar->draws, 1);
   EXPECT_EQ(bar->getValue(), 40);
   EXPECT_EQ(calls, 0);
+}
+
+// A holder that observes its scroll bars: they tell it of changes instead of calling back.
+class ObservingContainer : public QelContainer, public QelGraphicObserver {
+ public:
+  using QelContainer::QelContainer;
+  QelGraphicObserver* getObserver(const QelGraphic*) const override {
+    return const_cast<ObservingContainer*>(this);
+  }
+  void notify(QelGraphic*, const QelSymbol* what) override { heard.push_back(what); }
+  std::vector<const QelSymbol*> heard;
+};
+
+TEST_F(GadgetTest, AnObservingHolderHearsOfChangesAndTheDefaultSizeComesAndGoes) {
+  MotifHost host(xDisplay, 30, 30, 300, 100);
+  ObservingContainer container(display, host.board(), QelRect(0, 0, 300, 100));
+  auto* bar = new QelScrollBar(display, QelRect(10, 10, 200, 30));
+  int calls = 0;
+  bar->setCallback(
+      QelGraphic::CallbackSymbol(), [](QelGraphic*, void* n) { ++*static_cast<int*>(n); }, &calls);
+  container.addObject(bar, 0);
+  QelEvent end;
+  end.type = QelKeyDown;
+  end.button = QelEndKey;
+  EXPECT_EQ(bar->handleEvent(end, &container), 1);
+  EXPECT_EQ(bar->getValue(), 90);
+  EXPECT_EQ(container.heard, std::vector<const QelSymbol*>{QelScrollBar::ValueChangedSymbol()});
+  EXPECT_EQ(calls, 0);
+
+  bar->useDefaultSize(1);
+  EXPECT_EQ(bar->getRect().h, 19u);
+  bar->useDefaultSize(0);
+  EXPECT_EQ(bar->getRect().h, 30u);
 }
 
 TEST_F(GadgetTest, PositionToValueSpansTheTrackAndATinyTrackGivesZero) {
@@ -295,14 +330,11 @@ TEST_F(GadgetTest, ScrollBarsAndLabelsReadBackFromDataFiles) {
                                                  QelRect(4, 5, 60, 30), QelRight, 1);
   label->setOpaque(1);
   label->setSensitive(false);
-  QelGraphic* graphics[] = {bar.get(), label.get()};
-  std::stringstream file;
-  ASSERT_TRUE(QelSaveGraphics(file, 2, graphics));
-  const std::string text = file.str();
-  std::vector<QelGraphic*> loaded = QelLoadGraphics(file, display);
+  std::string text;
+  auto loaded = roundTrip(display, {bar.get(), label.get()}, &text);
   ASSERT_EQ(loaded.size(), 2u) << text;
-  std::unique_ptr<QelGraphic> first(loaded[0]), second(loaded[1]);
-  auto* readBar = dynamic_cast<QelScrollBar*>(first.get());
+  QelGraphic *first = loaded[0].get(), *second = loaded[1].get();
+  auto* readBar = dynamic_cast<QelScrollBar*>(first);
   ASSERT_NE(readBar, nullptr);
   EXPECT_EQ(readBar->getRect(), QelRect(1, 2, 30, 200));
   EXPECT_EQ(readBar->getOrientation(), unsigned(QelVertical));
@@ -311,7 +343,7 @@ TEST_F(GadgetTest, ScrollBarsAndLabelsReadBackFromDataFiles) {
   EXPECT_EQ(readBar->getMin(), -5);
   EXPECT_EQ(readBar->getSliderSize(), 17);
   EXPECT_EQ(readBar->pageIncrement, 33);
-  auto* readLabel = dynamic_cast<QelMessageLabel*>(second.get());
+  auto* readLabel = dynamic_cast<QelMessageLabel*>(second);
   ASSERT_NE(readLabel, nullptr);
   EXPECT_STREQ(readLabel->getMessage().getName(), "two \"quoted\"\nlines");
   EXPECT_EQ(readLabel->getMessage().getAlignment(), unsigned(QelRight));

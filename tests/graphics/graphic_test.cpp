@@ -105,8 +105,8 @@ class Holder : public QelGraphicHolder {
 };
 
 TEST_F(GraphicTest, NamedCallbacksResolveThroughTheHolderWithClientDataAsFallback) {
+  Holder holder(display);  // outlives the graphic, which tells it when it goes
   BoxGraphic g(display, QelFloatRect(0, 0, 1, 1));
-  Holder holder(display);
   int own = 7, client = 8;
   g.addCallback(type, QelSymbol::Get("record"), &own);
   g.addCallback(type, QelSymbol::Get("record"));  // same name: kept once
