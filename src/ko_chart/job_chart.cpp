@@ -1,0 +1,322 @@
+#include "src/ko_chart/job_chart.h"
+
+#include <Xm/Xm.h>
+#include <libintl.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <new>
+
+#include "charts/scale.h"
+#include "display/display.h"
+#include "display/palette.h"
+#include "gadgets/message_label.h"
+#include "gadgets/scroll_bar.h"
+#include "graphics/region.h"
+#include "graphics/selection.h"
+#include "src/ko_chart/timeline.h"
+
+// The chart's own display on the host's connection; whoever destroys the chart destroys it after.
+QelDisplay* Ko_chart::openDisplay(Widget host) {
+  return host ? new (std::nothrow) QelDisplay(XtDisplay(host), "X") : nullptr;
+}
+
+namespace {
+
+// Truncation toward zero as a float, for the axis arithmetic; non-finite values stay as they are
+// and out-of-range ones are not converted to an integer.
+float truncated(float v) {
+  return std::trunc(v);
+}
+
+// A float count of whole seconds as the scroll bar's integer, held to its range.
+int32_t toBar(float v) {
+  if (!(v == v)) return 0;
+  return int32_t(std::fmax(std::fmin(std::trunc(v), 2147483520.0f), -2147483520.0f));
+}
+
+constexpr QelPosition kBothDirections = QelPosition(QelHorizontal | QelVertical);
+
+}  // namespace
+
+// --- KoChartInteractor -------------------------------------------------------------------------
+
+KoChartInteractor::KoChartInteractor() = default;
+
+KoChartInteractor::~KoChartInteractor() {
+  // The selection is also an object of the chart: deleting it takes it out of there.
+  delete selection;
+}
+
+int KoChartInteractor::handleEvent(QelGraphic* graphic, QelEvent& event, QelContainer* container,
+                                   QelTransformer*) {
+  if (event.type != QelButtonDown) return 0;
+  auto* segment = dynamic_cast<Ko_timeline_segment*>(graphic);
+  auto* chart = dynamic_cast<Ko_chart*>(container);
+  if (!segment || !chart) return 0;
+  segment->showSelected();
+  if (!selection) {
+    selection = new QelDrawSelection(chart->getDisplay(), segment, 4, nullptr);
+    chart->addObject(selection, 0);
+  } else {
+    selection->setObject(segment);
+  }
+  if (chart->userCallback) chart->userCallback(segment->getUserData());
+  chart->reDraw();
+  return 0;
+}
+
+// --- Ko_chart ----------------------------------------------------------------------------------
+
+Ko_chart::Ko_chart(Widget host, char** names, int32_t count)
+    : Ko_chart(host, names, count, openDisplay(host)) {}
+
+Ko_chart::Ko_chart(Widget host, char** names, int32_t count, QelDisplay* chartDisplay)
+    : QelChartContainer(chartDisplay, host, QelRect(0, 0, 500, 500), QelPoint(0, 0), QelVertical,
+                        QelPosition(QelLeft | QelBottom), 1),
+      host(host) {
+  display = getDisplay();
+  systemView = getWidget();
+  timeScale = getScale(QelBottom);
+  jobScale = getScale(QelLeft);
+  numTimeLines = count;
+  // The host is left as it was found: unmanaged while the chart is built only if it was managed.
+  const bool wasManaged = host && XtIsManaged(host);
+  if (wasManaged) XtUnmanageChild(host);
+  setDoubleBuffering(1);
+  interactor = new (std::nothrow) KoChartInteractor;
+  setYaxisLabels(names);
+  yMax = float(numYAxisLabels);
+  timeLines = new (std::nothrow) Ko_timeline*[size_t(count)]();
+  for (int32_t i = 0; timeLines && i < count; ++i)
+    timeLines[i] = new (std::nothrow) Ko_timeline(names[i], i + 1, this);
+
+  if (timeScale && display && display->getXDisplay()) {
+    if (QelFont* font = display->getFont("-*-*-medium-r-normal--*-*-*-*-*-*"))
+      timeScale->setFont(font);
+    Pixel pixel = 0;
+    XtVaGetValues(host, XmNforeground, &pixel, nullptr);
+    XColor color;
+    color.pixel = pixel;
+    Display* x = display->getXDisplay();
+    XQueryColor(x, DefaultColormap(x, DefaultScreen(x)), &color);
+    if (QelColor* foreground = display->getColor(color.red, color.green, color.blue, 0))
+      timeScale->setForeground(foreground);
+  }
+  timeAxisLabel =
+      new QelMessageLabel(display, gettext("Time in Seconds"), QelRect(0, 0, 1, 1), QelCenter, 0,
+                          timeScale ? timeScale->getPalette() : nullptr, 1);
+  addObject("timeAxisLabel", timeAxisLabel, 1);
+
+  scrollBar = new QelScrollBar(display, QelRect(0, 0, 0, 20), QelHorizontal, 2, nullptr);
+  const int32_t range = scrollBar->getMax() - scrollBar->getMin() - scrollBar->getSliderSize();
+  scrollBar->increment = scrollBar->decrement = std::min(1, range);
+  scrollBar->pageIncrement = scrollBar->pageDecrement =
+      std::min(int32_t(truncated(viewableTime)), range);
+  scrollBar->setCallback(QelGraphic::CallbackSymbol(), scrolled, this);
+  addObject("scrollBar", scrollBar, 1);
+
+  if (jobScale) {
+    jobScale->setSubSteps(0);
+    jobScale->setLabels(uint16_t(numYAxisLabels), yAxisLabels);
+  }
+  if (timeScale) {
+    timeScale->setKeepAllLabels(0);
+    timeScale->setModified(1);
+  }
+  setElapsedTime(viewableTime);
+
+  // The drawing area takes the host's size when the host has one already.
+  fitToHost();
+  Dimension width = 0, height = 0;
+  if (systemView) XtVaGetValues(systemView, XmNwidth, &width, XmNheight, &height, nullptr);
+  QelRect size(0, 0, width, height);
+  handleResize(size);
+  // The drawing area fills the host, whatever size the host is given later.
+  if (host) XtAddEventHandler(host, StructureNotifyMask, False, hostResized, this);
+  if (wasManaged) XtManageChild(host);
+}
+
+Ko_chart::~Ko_chart() {
+  if (host) XtRemoveEventHandler(host, StructureNotifyMask, False, hostResized, this);
+  for (int32_t i = 0; yAxisLabels && i < numYAxisLabels; ++i) std::free(yAxisLabels[i]);
+  for (int32_t i = 0; timeLines && i < numTimeLines; ++i) delete timeLines[i];
+  std::free(yAxisLabels);
+  delete[] timeLines;
+  delete interactor;
+}
+
+void Ko_chart::hostResized(Widget, XtPointer data, XEvent* event, Boolean*) {
+  if (event->type == ConfigureNotify) static_cast<Ko_chart*>(data)->fitToHost();
+}
+
+void Ko_chart::fitToHost() {
+  Dimension width = 0, height = 0;
+  if (host) XtVaGetValues(host, XmNwidth, &width, XmNheight, &height, nullptr);
+  if (systemView && width && height)
+    XtVaSetValues(systemView, XmNwidth, width, XmNheight, height, nullptr);
+}
+
+void Ko_chart::setYaxisLabels(char** names) {
+  numYAxisLabels = numTimeLines + 2;
+  yAxisLabels = static_cast<char**>(std::calloc(size_t(numYAxisLabels), sizeof(char*)));
+  if (!yAxisLabels) return;
+  // A run of adjacent rows of one name shows it once, at the run's last row.
+  const char* previous = "";
+  for (int32_t i = numTimeLines - 1; i >= 0; --i) {
+    const char* name = names[i] ? names[i] : "";
+    if (std::strcmp(name, previous) != 0) {
+      yAxisLabels[i + 1] = strdup(name);
+      previous = name;
+    } else {
+      yAxisLabels[i + 1] = strdup(" ");
+    }
+  }
+  yAxisLabels[numTimeLines + 1] = strdup(" ");
+  yAxisLabels[0] = strdup(" ");
+}
+
+void Ko_chart::roundMinMax(float& min, float& max) {
+  min = truncated(min);
+  max = truncated(max);
+  if (max == min) max = min + 1.0f;
+}
+
+void Ko_chart::validate(float& xMin, float& xMax, float& yMinOut, float& yMaxOut) {
+  xMin = startTime * xScaleFactor;
+  xMax = endTime * xScaleFactor;
+  roundMinMax(xMin, xMax);
+  yMinOut = yMin;
+  yMaxOut = yMax;
+}
+
+void Ko_chart::updateScaleLabels(QelPosition) const {
+  if (!timeScale) return;
+  float min = startTime * xScaleFactor, max = endTime * xScaleFactor;
+  roundMinMax(min, max);
+  // One label per whole axis unit, as many as a 16-bit count holds.
+  float steps = truncated(max - min + 1.0f);
+  uint16_t count = steps >= 65535.0f ? 65535 : steps >= 0 ? uint16_t(steps) : 0;
+  timeScale->setLabels(count, min, max, gettext("%.0f"));
+}
+
+void Ko_chart::scrollToTime(float time) {
+  startTime = time;
+  endTime = time + viewableTime;
+  float xMin = startTime * xScaleFactor, xMax = endTime * xScaleFactor;
+  roundMinMax(xMin, xMax);
+  zoomCharts(QelHorizontal, xMin, xMax, 0, float(numTimeLines + 1), 1);
+}
+
+void Ko_chart::setScrollBar(float end) {
+  if (!scrollBar) return;
+  scrollBar->setValues(0, toBar(end), toBar(startTime), toBar(viewableTime));
+}
+
+void Ko_chart::setElapsedTime(float time) {
+  const int32_t v = toBar(viewableTime);
+  elapsedTime = time;
+  const float end = std::fmax(time, viewableTime);
+  // The user scrolled back while the bar's end lies beyond its slider: the window stays.
+  const bool following = !scrollBar || !(scrollBar->getMax() > int64_t(scrollBar->getValue()) + v);
+  if (following) {
+    endTime = end;
+    startTime = end - viewableTime;
+    if (startTime < 0) startTime = 0;
+  }
+  float xMin = startTime * xScaleFactor, xMax = endTime * xScaleFactor;
+  roundMinMax(xMin, xMax);
+  zoomCharts(kBothDirections, xMin, xMax, 0, float(numTimeLines + 1), 0);
+  setScrollBar(end);
+  if (scrollBar) reDrawObj(scrollBar);
+  reDraw();
+}
+
+void Ko_chart::setViewableTime(float width) {
+  if (width == 0.0f) width = elapsedTime;
+  if (truncated(width * xScaleFactor) == 0.0f) width = 1.0f / xScaleFactor;
+  viewableTime = width;
+  const float end = std::fmax(elapsedTime, width);
+  scrollToTime(end - width);
+  setScrollBar(end);
+  if (scrollBar) reDrawObj(scrollBar);
+}
+
+void Ko_chart::scrolled(QelGraphic* bar, void* data) {
+  static_cast<Ko_chart*>(data)->scrollToTime(float(static_cast<QelScrollBar*>(bar)->getValue()));
+}
+
+int32_t Ko_chart::startJobTracking(const char* name, float start, void* userData) {
+  if (!name || !timeLines) return -1;
+  for (int32_t i = 0; i < numTimeLines; ++i)
+    if (timeLines[i] && timeLines[i]->startJob(name, start, userData, interactor)) return i;
+  return -1;
+}
+
+void Ko_chart::stopJobTracking(int32_t jobID, int32_t failed) {
+  if (jobID < 0 || jobID >= numTimeLines || !timeLines) return;
+  // A row missing at a valid index is a broken chart: stop here, where it shows, whatever the
+  // build's NDEBUG, with the C library's assertion message.
+  if (!timeLines[jobID]) {
+    std::fprintf(stderr, "ko_chart:406: %s: Assertion `timeLines[jobID]' failed.\n", __func__);
+    std::abort();
+  }
+  timeLines[jobID]->stopJob(failed);
+}
+
+void Ko_chart::updateActiveJobs(float now) {
+  for (int32_t i = 0; timeLines && i < numTimeLines; ++i)
+    if (timeLines[i]) timeLines[i]->updateActiveJobProgress(now);
+  reDraw();
+}
+
+void Ko_chart::setTimeUnits(KoTimeUnit unit) {
+  timeUnits = unit;
+  const char* caption;
+  switch (unit) {
+    case KoMinutes:
+      xScaleFactor = 1.0f / 60;
+      caption = gettext("Time in Minutes");
+      break;
+    case KoHours:
+      xScaleFactor = 1.0f / 3600;
+      caption = gettext("Time in Hours");
+      break;
+    default:
+      timeUnits = KoSeconds;
+      xScaleFactor = 1.0f;
+      caption = gettext("Time in Seconds");
+      break;
+  }
+  if (timeAxisLabel) timeAxisLabel->getMessage().setName(caption, 1);
+  for (int32_t i = 0; timeLines && i < numTimeLines; ++i)
+    if (timeLines[i]) timeLines[i]->getSegments()->setScaleX(xScaleFactor);
+  Ko_timeline::xScaleFactor = xScaleFactor;
+  reDraw();
+}
+
+void Ko_chart::handleResize(QelRect& rect) {
+  // A height below 65 wraps around on purpose: the chart keeps the layout it was given.
+  uint32_t w = rect.w - 10, h = rect.h - 65;
+  if (h < 50) h = 50;
+  reshapeCharts(QelRect(5, 5, w, h), 1);
+  if (timeScale && scrollBar) {
+    const uint32_t size = timeScale->getSize();
+    QelPoint origin;
+    timeScale->getOrigin(origin);
+    QelRect bar = scrollBar->getRect();
+    scrollBar->move(origin.x, bar.y);
+    bar = scrollBar->getRect();
+    scrollBar->move(bar.x, QelClampToInt32(int64_t(origin.y) + 50));
+    scrollBar->resize(size, scrollBar->getRect().h);
+    if (timeAxisLabel)
+      timeAxisLabel->moveResize(
+          QelRect(origin.x, QelClampToInt32(int64_t(origin.y) + 20), size, 20));
+  }
+  QelChartContainer::handleResize(rect);
+  QelRegion region(rect, 8);
+  reDraw(&region);
+}

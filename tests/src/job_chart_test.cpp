@@ -1,0 +1,145 @@
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "charts/scale.h"
+#include "gadgets/message_label.h"
+#include "gadgets/scroll_bar.h"
+#include "kestrel.h"
+#include "src/ko_chart/job_chart.h"
+#include "src/ko_chart/timeline.h"
+#include "tests/support/display_fixture.h"
+#include "tests/support/motif_host.h"
+
+namespace kestrel::test {
+namespace {
+
+class JobChartTest : public DisplayTest {
+ protected:
+  void SetUp() override { host = std::make_unique<MotifHost>(xDisplay, 20, 20, 600, 400); }
+  void TearDown() override {
+    if (chart) chartDestructor(chart);
+    host.reset();
+    DisplayTest::TearDown();
+  }
+  Ko_chart* make(std::vector<const char*> names) {
+    chart = static_cast<Ko_chart*>(
+        chartConstructor(host->board(), const_cast<char**>(names.data()), int(names.size())));
+    return chart;
+  }
+  std::vector<std::string> labels() const {
+    std::vector<std::string> result;
+    for (int32_t i = 0; i < chart->getNumYAxisLabels(); ++i)
+      result.push_back(chart->getYAxisLabel(i));
+    return result;
+  }
+  std::unique_ptr<MotifHost> host;
+  Ko_chart* chart = nullptr;
+};
+
+TEST_F(JobChartTest, AdjacentNamesShowOnceAndJobsTakeTheFirstFreeRowOfTheirName) {
+  ASSERT_NE(make({"a", "a", "b"}), nullptr);
+  EXPECT_EQ(labels(), (std::vector<std::string>{" ", " ", "a", "b", " "}));
+  int first = 1;
+  EXPECT_EQ(startJobTracking(chart, "a", 1, &first), 0);
+  EXPECT_EQ(startJobTracking(chart, "a", 2, nullptr), 1);
+  EXPECT_EQ(startJobTracking(chart, "a", 3, nullptr), -1);
+  EXPECT_EQ(startJobTracking(chart, "a ", 3, nullptr), -1);  // names compare exactly
+  EXPECT_EQ(startJobTracking(chart, nullptr, 3, nullptr), -1);
+  stopJobTracking(chart, 0, 0);
+  stopJobTracking(chart, 7, 0);  // no such row: nothing
+  EXPECT_EQ(startJobTracking(chart, "a", 4, nullptr), 0);
+  EXPECT_EQ(startJobTracking(chart, "b", 4, nullptr), 2);
+  Ko_timeline* row = chart->getTimeLine(0);
+  ASSERT_NE(row, nullptr);
+  EXPECT_EQ(row->getSegments()->getCount(), 2);
+  EXPECT_EQ(row->getSegments()->at(0)->getPalette(), Ko_timeline_segment::jobSucceedPalette);
+}
+
+TEST_F(JobChartTest, TheWindowFollowsThePresentUntilTheUserScrollsBack) {
+  ASSERT_NE(make({"a", "b"}), nullptr);
+  // One axis unit when nothing has elapsed yet, in seconds and in minutes.
+  setViewableTime(chart, 0);
+  EXPECT_EQ(chart->getViewableTime(), 1.0f);
+  setTimeUnits(chart, KoMinutes);
+  setViewableTime(chart, 0);
+  EXPECT_FLOAT_EQ(chart->getViewableTime(), 60.0f);
+  setTimeUnits(chart, KoSeconds);
+
+  setViewableTime(chart, 10);
+  setElapsedTime(chart, 30);
+  EXPECT_EQ(chart->getStartTime(), 20);
+  EXPECT_EQ(chart->getEndTime(), 30);
+  QelScrollBar* bar = chart->getScrollBar();
+  EXPECT_EQ(bar->getMax(), 30);
+  EXPECT_EQ(bar->getValue(), 20);
+  // The user scrolls back to 5: the window stays there while time goes on.
+  bar->setValue(5, 1);
+  bar->valueChanged();
+  EXPECT_EQ(chart->getStartTime(), 5);
+  setElapsedTime(chart, 40);
+  EXPECT_EQ(chart->getStartTime(), 5);
+  EXPECT_EQ(chart->getEndTime(), 15);
+  EXPECT_EQ(bar->getMax(), 40);
+  EXPECT_EQ(getElapsedTime(chart), 40);
+  // Back at the end, it follows again.
+  bar->setValue(40, 1);
+  bar->valueChanged();
+  setElapsedTime(chart, 50);
+  EXPECT_EQ(chart->getStartTime(), 40);
+  EXPECT_EQ(chart->getEndTime(), 50);
+}
+
+TEST_F(JobChartTest, UnitsCaptionRoundingAndTheWrappedHeight) {
+  ASSERT_NE(make({"a"}), nullptr);
+  setTimeUnits(chart, KoTimeUnit(7));
+  EXPECT_EQ(chart->getTimeUnits(), KoSeconds);
+  EXPECT_EQ(chart->getXScaleFactor(), 1.0f);
+  setTimeUnits(chart, KoHours);
+  EXPECT_STREQ(chart->getTimeAxisLabel()->getText(), "Time in Hours");
+  EXPECT_EQ(Ko_timeline::xScaleFactor, 1.0f / 3600);
+  setTimeUnits(chart, KoSeconds);
+
+  float min = 2.7f, max = 2.2f;
+  Ko_chart::roundMinMax(min, max);
+  EXPECT_EQ(min, 2);
+  EXPECT_EQ(max, 3);
+
+  // A height below 65 wraps around and is kept, not clamped to 50: the chart area is laid out
+  // in a rectangle some four billion pixels tall.
+  QelRect small(0, 0, 300, 60);
+  chart->handleResize(small);
+  EXPECT_GT(chart->getChartArea().h, 100000000u);
+}
+
+TEST_F(JobChartTest, NullHandlesAndBadArgumentsAreHarmless) {
+  EXPECT_EQ(chartConstructor(nullptr, nullptr, 0), nullptr);
+  const char* names[] = {"a"};
+  EXPECT_EQ(chartConstructor(host->board(), nullptr, 2), nullptr);
+  EXPECT_EQ(chartConstructor(host->board(), const_cast<char**>(names), -1), nullptr);
+  chartDestructor(nullptr);
+  scrollToTime(nullptr, 1);
+  setViewableTime(nullptr, 1);
+  setElapsedTime(nullptr, 1);
+  EXPECT_EQ(getElapsedTime(nullptr), 0.0f);
+  EXPECT_EQ(startJobTracking(nullptr, "a", 0, nullptr), -1);
+  stopJobTracking(nullptr, 0, 0);
+  updateActiveJobs(nullptr, 1);
+  setUserCallback(nullptr, nullptr);
+  EXPECT_EQ(callUserCallback(nullptr, nullptr), nullptr);
+  setTimeUnits(nullptr, KoHours);
+
+  // A null name inside the array is an empty name.
+  const char* withNull[] = {"a", nullptr};
+  ASSERT_NE(make({withNull[0], withNull[1]}), nullptr);
+  EXPECT_EQ(labels(), (std::vector<std::string>{" ", "a", " ", " "}));
+  EXPECT_EQ(callUserCallback(chart, nullptr), nullptr);
+  setUserCallback(chart, [](void* p) { return p; });
+  int x = 0;
+  EXPECT_EQ(callUserCallback(chart, &x), &x);
+}
+
+}  // namespace
+}  // namespace kestrel::test
