@@ -44,7 +44,8 @@ constexpr QelPosition kBothDirections = QelPosition(QelHorizontal | QelVertical)
 
 // --- KoChartInteractor -------------------------------------------------------------------------
 
-KoChartInteractor::KoChartInteractor() = default;
+// Button 1 and a pick distance of 4, as the chart sets it up.
+KoChartInteractor::KoChartInteractor() : QelViewChartInteractorSelectPoint(1, 4) {}
 
 KoChartInteractor::~KoChartInteractor() {
   // The selection is also an object of the chart: deleting it takes it out of there.

@@ -9,7 +9,7 @@
 #include <cstdint>
 
 #include "charts/chart_container.h"
-#include "display/container.h"
+#include "charts/chart_interactors.h"
 #include "kestrel.h"
 
 class Ko_timeline;
@@ -20,7 +20,7 @@ class QelScrollBar;
 
 // The click handler every job segment shares: a press selects the segment, frames it and hands
 // the job's user data to the host.
-class KoChartInteractor : public QelViewObjectInteractor {
+class KoChartInteractor : public QelViewChartInteractorSelectPoint {
  public:
   KoChartInteractor();
   ~KoChartInteractor() override;

@@ -6,6 +6,8 @@
 #include <vector>
 
 #include "charts/chart.h"
+#include "charts/chart_interactors.h"
+#include "display/event.h"
 #include "display/palette.h"
 #include "graphics/input_file.h"
 #include "graphics/output_file.h"
@@ -132,6 +134,39 @@ TEST_F(ChartTest, WhichPointPicksAtExactlySizeAndTheLowerIndexWins) {
   EXPECT_EQ(chart.whichPoint(4, {}, QelPoint(45, 50), nullptr), static_cast<unsigned long>(-1));
   QelPolylineChart empty(display, nullptr);
   EXPECT_EQ(empty.whichPoint(4, {}, QelPoint(0, 0), nullptr), static_cast<unsigned long>(-1));
+}
+
+// Records what the point selector picks.
+class Picker : public QelViewChartInteractorSelectPoint {
+ public:
+  using QelViewChartInteractorSelectPoint::QelViewChartInteractorSelectPoint;
+  void doIt(QelChart*, unsigned long index, QelContainer*, QelTransformer*) override {
+    picked.push_back(index);
+  }
+  std::vector<unsigned long> picked;
+};
+
+TEST_F(ChartTest, PointSelectorPicksWithItsButtonWithinItsDistance) {
+  QelFloatPoint points[] = {{10, 0}, {40, 0}};
+  QelPolylineChart chart(display, new QelChartDataPoints(2, points, 0), QelPoint(0, 50), 1, 1);
+  Picker picker(QelLeftButton, 4);
+  struct Press {
+    int type;
+    uint16_t button;
+    int32_t x, y;
+    int consumed;
+  };
+  for (const Press& p : {Press{QelButtonDown, QelLeftButton, 44, 54, 1},
+                         Press{QelButtonDown, QelLeftButton, 45, 50, 0},  // 5 pixels away
+                         Press{QelButtonDown, QelRightButton, 10, 50, 0},
+                         Press{QelButtonUp, QelLeftButton, 10, 50, 0}}) {
+    QelEvent event;
+    event.type = p.type;
+    event.button = p.button;
+    event.x = p.x, event.y = p.y;
+    EXPECT_EQ(picker.handleEvent(&chart, event, nullptr, nullptr), p.consumed) << p.x;
+  }
+  EXPECT_EQ(picker.picked, std::vector<unsigned long>{1});
 }
 
 TEST_F(ChartTest, ScrollingMovesYPointsOnAndLeavesOtherDataAlone) {
