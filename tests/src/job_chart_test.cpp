@@ -5,8 +5,10 @@
 #include <vector>
 
 #include "charts/scale.h"
+#include "display/event.h"
 #include "gadgets/message_label.h"
 #include "gadgets/scroll_bar.h"
+#include "graphics/selection.h"
 #include "kestrel.h"
 #include "src/ko_chart/job_chart.h"
 #include "src/ko_chart/timeline.h"
@@ -56,6 +58,25 @@ TEST_F(JobChartTest, AdjacentNamesShowOnceAndJobsTakeTheFirstFreeRowOfTheirName)
   ASSERT_NE(row, nullptr);
   EXPECT_EQ(row->getSegments()->getCount(), 2);
   EXPECT_EQ(row->getSegments()->at(0)->getPalette(), Ko_timeline_segment::jobSucceedPalette);
+
+  // A press selects and calls the host once; a release or a drag does nothing. The selection
+  // made here goes with the chart (the interactor owns it, the chart holds it).
+  static std::vector<void*> calls;
+  calls.clear();
+  setUserCallback(chart, [](void* data) {
+    calls.push_back(data);
+    return data;
+  });
+  Ko_timeline_segment* segment = row->getSegments()->at(0);
+  QelEvent event;
+  for (int type : {QelButtonUp, QelButtonDragged, QelDoubleClick, QelButtonDown}) {
+    event.type = type;
+    EXPECT_EQ(chart->getInteractor()->handleEvent(segment, event, chart, nullptr), 0);
+  }
+  EXPECT_EQ(calls, std::vector<void*>{&first});
+  EXPECT_EQ(Ko_timeline_segment::prevSelected, segment);
+  ASSERT_NE(chart->getInteractor()->getSelection(), nullptr);
+  EXPECT_EQ(chart->getInteractor()->getSelection()->getObject(), segment);
 }
 
 TEST_F(JobChartTest, TheWindowFollowsThePresentUntilTheUserScrollsBack) {
