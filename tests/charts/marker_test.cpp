@@ -21,15 +21,6 @@ namespace {
 
 constexpr uint32_t kWhite = 0xffffff, kBlue = 0x0000ff;
 
-// The smallest rectangle holding every pixel of `color` (empty when there is none).
-QelRect extentOf(const Image& image, uint32_t color) {
-  QelRect box;
-  for (int y = 0; y < image.height; ++y)
-    for (int x = 0; x < image.width; ++x)
-      if (image.at(x, y) == color) box.add(QelRect(x, y, 1, 1));
-  return box;
-}
-
 class ChartMarkerTest : public DisplayTest {
  protected:
   void SetUp() override { QelChartModuleInit(); }

@@ -25,16 +25,6 @@ namespace {
 
 constexpr uint32_t kBlue = 0x0000ff;
 
-// The smallest rectangle holding every pixel of `color` that `mask` does not also have.
-QelRect extentOf(const Image& image, uint32_t color, const Image* mask = nullptr) {
-  QelRect box;
-  for (int y = 0; y < image.height; ++y)
-    for (int x = 0; x < image.width; ++x)
-      if (image.at(x, y) == color && !(mask && mask->at(x, y) == color))
-        box.add(QelRect(x, y, 1, 1));
-  return box;
-}
-
 class ScaleTest : public DisplayTest {
  protected:
   void SetUp() override { QelScaleModuleInit(); }

@@ -23,6 +23,7 @@
 
 #include "graphics/geometry.h"
 #include "tests/support/pixels.h"
+#include "tests/support/waiting.h"
 #include "tests/support/x_server.h"
 
 #include <X11/Xutil.h>
@@ -39,16 +40,6 @@ constexpr size_t kHandlePixels = 8 * 8 * 8;  // eight handles of 8 by 8
 // has just gone fails quietly (its call returns failure) instead of ending the test binary.
 int ignoreXError(Display*, XErrorEvent*) {
   return 0;
-}
-
-// Polls until `done` holds; false when ten seconds pass first.
-bool eventually(const std::function<bool()>& done) {
-  auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
-  while (!done()) {
-    if (std::chrono::steady_clock::now() > deadline) return false;
-    usleep(20000);
-  }
-  return true;
 }
 
 int waitFor(pid_t pid, int options) {
@@ -171,18 +162,6 @@ Window deepestAt(Display* x, Window top, int px, int py) {
   }
 }
 
-// The box of the pixels of `color`; empty when there are none.
-QelRect boxOf(const Image& image, uint32_t color) {
-  int left = image.width, top = image.height, right = -1, bottom = -1;
-  for (int y = 0; y < image.height; ++y)
-    for (int x = 0; x < image.width; ++x)
-      if (image.at(x, y) == color)
-        left = std::min(left, x), right = std::max(right, x), top = std::min(top, y),
-        bottom = std::max(bottom, y);
-  if (right < 0) return QelRect();
-  return QelRect(left, top, uint32_t(right - left + 1), uint32_t(bottom - top + 1));
-}
-
 size_t countIn(const Image& image, const QelRect& rect, uint32_t color) {
   size_t n = 0;
   for (int64_t y = std::max<int64_t>(rect.y, 0);
@@ -276,7 +255,7 @@ class SceneDemoTest : public ::testing::Test {
         << "the demo's window never showed";
     ASSERT_TRUE(eventually([&] {
       findSceneWindow();
-      return boxOf(screen(), sky).w > 0 && boxOf(screen(), tree).w > 0;
+      return extentOf(screen(), sky).w > 0 && extentOf(screen(), tree).w > 0;
     })) << "the scene was never drawn";
   }
 
@@ -366,7 +345,7 @@ class SceneDemoTest : public ::testing::Test {
 
   bool sceneShowsSelectionOf(uint32_t color) {
     Image image = screen();
-    return framedByHandles(image, boxOf(image, color)) && image.count(kBlack) == kHandlePixels;
+    return framedByHandles(image, extentOf(image, color)) && image.count(kBlack) == kHandlePixels;
   }
 
   Display* x = nullptr;
@@ -381,8 +360,8 @@ TEST_F(SceneDemoTest, ClickSelectsOneObjectDragMovesItAndAClickOnNothingClears) 
   ASSERT_NO_FATAL_FAILURE(launch({sceneFile}));
   Image before = screen();
   EXPECT_EQ(before.count(kBlack), 0u) << "nothing is selected at start";
-  const QelRect skyBox = boxOf(before, sky), roofBox = boxOf(before, roof),
-                treeBox = boxOf(before, tree);
+  const QelRect skyBox = extentOf(before, sky), roofBox = extentOf(before, roof),
+                treeBox = extentOf(before, tree);
 
   clickAt(centreOf(skyBox));
   EXPECT_TRUE(eventually([&] { return sceneShowsSelectionOf(sky); }));
@@ -395,7 +374,7 @@ TEST_F(SceneDemoTest, ClickSelectsOneObjectDragMovesItAndAClickOnNothingClears) 
   const QelRect moved = translated(treeBox, 160, 20);
   EXPECT_TRUE(eventually([&] {
     Image image = screen();
-    return boxOf(image, tree) == moved && framedByHandles(image, moved) &&
+    return extentOf(image, tree) == moved && framedByHandles(image, moved) &&
            image.count(kBlack) == kHandlePixels;
   })) << "the tree did not arrive with its handles alone";
   // Where it was, with its handles, is plain background again.
@@ -408,7 +387,7 @@ TEST_F(SceneDemoTest, ClickSelectsOneObjectDragMovesItAndAClickOnNothingClears) 
 
 TEST_F(SceneDemoTest, UncoveringRepaintsTheSameScene) {
   ASSERT_NO_FATAL_FAILURE(launch({sceneFile}));
-  clickAt(centreOf(boxOf(screen(), sky)));
+  clickAt(centreOf(extentOf(screen(), sky)));
   ASSERT_TRUE(eventually([&] { return sceneShowsSelectionOf(sky); }));
   const Image before = screen();
   const QelRect sceneBox = rootGeometry(x, scene);
@@ -457,10 +436,10 @@ TEST_F(SceneDemoTest, ResizingTheShellRedrawsTheSceneInTheNewSize) {
 
 TEST_F(SceneDemoTest, SavedSceneComesBackTheSameAfterARestart) {
   ASSERT_NO_FATAL_FAILURE(launch({sceneFile}));
-  const QelRect skyBox = boxOf(screen(), sky);
+  const QelRect skyBox = extentOf(screen(), sky);
   drag(centreOf(skyBox), 30, 60);
   const QelRect moved = translated(skyBox, 30, 60);
-  ASSERT_TRUE(eventually([&] { return boxOf(screen(), sky) == moved; }));
+  ASSERT_TRUE(eventually([&] { return extentOf(screen(), sky) == moved; }));
 
   // Saved with the sky still selected: the file holds the objects, not the selection.
   ASSERT_NO_FATAL_FAILURE(chooseFromFileMenu(0));
@@ -485,7 +464,7 @@ TEST_F(SceneDemoTest, SavedSceneComesBackTheSameAfterARestart) {
   drag(centreOf(moved), -30, -60);
   EXPECT_TRUE(eventually([&] {
     Image image = screen();
-    return boxOf(image, sky) == skyBox && framedByHandles(image, skyBox);
+    return extentOf(image, sky) == skyBox && framedByHandles(image, skyBox);
   }));
 }
 

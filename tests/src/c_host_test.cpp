@@ -16,6 +16,7 @@
 
 #include "graphics/geometry.h"
 #include "tests/support/pixels.h"
+#include "tests/support/waiting.h"
 
 #include <X11/Xutil.h>
 
@@ -23,15 +24,6 @@ namespace kestrel::test {
 namespace {
 
 constexpr uint32_t kGreen = 0x00ff00, kRed = 0xff0000, kBlue = 0x0000ff;
-
-bool eventually(const std::function<bool()>& done) {
-  auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
-  while (!done()) {
-    if (std::chrono::steady_clock::now() > deadline) return false;
-    usleep(20000);
-  }
-  return true;
-}
 
 bool run(std::vector<std::string> args) {
   std::vector<char*> argv;
@@ -101,15 +93,6 @@ Window findNamed(Display* x, Window window, const char* name) {
   return result;
 }
 
-// The pixels of one colour: their box.
-QelRect boxOf(const Image& image, uint32_t colour) {
-  QelRect box;
-  for (int y = 0; y < image.height; ++y)
-    for (int x = 0; x < image.width; ++x)
-      if (image.at(x, y) == colour) box.add(QelRect(x, y, 1, 1));
-  return box;
-}
-
 class CHostTest : public ::testing::Test {
  protected:
   void SetUp() override {
@@ -122,7 +105,7 @@ class CHostTest : public ::testing::Test {
         << host->output();
     ASSERT_TRUE(eventually([&] {
       window = findNamed(x, DefaultRootWindow(x), "kestrel_c_host");
-      return window != None && boxOf(screen(), kGreen).w > 0;
+      return window != None && extentOf(screen(), kGreen).w > 0;
     })) << "window "
         << window << " image " << screen().width << "x" << screen().height;
   }
@@ -160,8 +143,8 @@ class CHostTest : public ::testing::Test {
 
 TEST_F(CHostTest, JobsShowTheirStateOnTheirRowsAndAClickSelectsAndCallsTheHostOnce) {
   Image image = screen();
-  QelRect succeeded = boxOf(image, kBlue), failed = boxOf(image, kRed),
-          running = boxOf(image, kGreen);
+  QelRect succeeded = extentOf(image, kBlue), failed = extentOf(image, kRed),
+          running = extentOf(image, kGreen);
   ASSERT_GT(succeeded.w, 0u);
   ASSERT_GT(failed.w, 0u);
   ASSERT_GT(running.w, 0u);

@@ -10,6 +10,15 @@
 
 namespace kestrel::test {
 
+QelRect extentOf(const Image& image, uint32_t colour, const Image* mask) {
+  QelRect box;
+  for (int y = 0; y < image.height; ++y)
+    for (int x = 0; x < image.width; ++x)
+      if (image.at(x, y) == colour && !(mask && mask->at(x, y) == colour))
+        box.add(QelRect(x, y, 1, 1));
+  return box;
+}
+
 namespace {
 
 // Scales a masked channel to 8 bits.

@@ -10,6 +10,8 @@
 
 #include <X11/Xlib.h>
 
+#include "graphics/geometry.h"
+
 namespace kestrel::test {
 
 // An image as 0xRRGGBB values, row by row, whatever the server's depth and visual.
@@ -32,6 +34,10 @@ Image readWindow(Display* display, Window window, int x, int y, unsigned width, 
 // Reads a rectangle of any drawable whose pixels use `visual` and `colormap`.
 Image readDrawable(Display* display, Drawable drawable, Visual* visual, Colormap colormap, int x,
                    int y, unsigned width, unsigned height);
+
+// The box of the pixels of `colour` (leaving out those that `mask` has in that colour too);
+// empty when there are none.
+QelRect extentOf(const Image& image, uint32_t colour, const Image* mask = nullptr);
 
 // Writes an 8-bit RGB PNG; returns false when the file cannot be written.
 bool writePng(const Image& image, const std::string& path);
