@@ -15,6 +15,11 @@
 #include "tests/support/display_fixture.h"
 #include "tests/support/motif_host.h"
 
+// After gtest and the toolkit: Xlib's macros would break their declarations.
+#include <X11/Xlib.h>
+#include <X11/extensions/XRes.h>
+#include <Xm/Form.h>
+
 namespace kestrel::test {
 namespace {
 
@@ -160,6 +165,76 @@ TEST_F(JobChartTest, NullHandlesAndBadArgumentsAreHarmless) {
   setUserCallback(chart, [](void* p) { return p; });
   int x = 0;
   EXPECT_EQ(callUserCallback(chart, &x), &x);
+}
+
+// The server resources of the client owning `probe` (colormap entries left out: read-only visuals
+// keep a record of every colour ever allocated).
+long serverResources(Display* x, XID probe) {
+  int types = 0;
+  XResType* counts = nullptr;
+  if (!XResQueryClientResources(x, probe, &types, &counts)) return -1;
+  Atom entries = XInternAtom(x, "COLORMAP ENTRY", False);
+  long total = 0;
+  for (int i = 0; i < types; ++i)
+    if (counts[i].resource_type != entries) total += counts[i].count;
+  XFree(counts);
+  return total;
+}
+
+TEST_F(JobChartTest, ChartsOnTwoWidgetsBeforeRealizationFollowTheirHostsAndLeaveNothingBehind) {
+  // Two charts on two forms of one host, made before the host is realized.
+  Widget forms[2];
+  for (int i = 0; i < 2; ++i)
+    forms[i] = XtVaCreateManagedWidget("form", xmFormWidgetClass, host->board(), XmNx, i * 290,
+                                       XmNwidth, 280, XmNheight, 200 + 50 * i, nullptr);
+  const char* names[] = {"a", "b", "c"};
+  void* charts[2];
+  for (int i = 0; i < 2; ++i) {
+    charts[i] = chartConstructor(forms[i], const_cast<char**>(names), 3);
+    ASSERT_NE(charts[i], nullptr);
+  }
+  ASSERT_TRUE(host->realize());
+  host->settle();
+  for (int i = 0; i < 2; ++i) {
+    Dimension w = 0, h = 0;
+    XtVaGetValues(static_cast<Ko_chart*>(charts[i])->getWidget(), XmNwidth, &w, XmNheight, &h,
+                  nullptr);
+    EXPECT_EQ(w, 280);
+    EXPECT_EQ(h, 200 + 50 * i);
+  }
+  EXPECT_EQ(startJobTracking(charts[0], "b", 1, nullptr), 1);
+  EXPECT_EQ(startJobTracking(charts[1], "b", 1, nullptr), 1);  // rows of their own
+  chartDestructor(charts[1]);
+
+  // A thousand jobs, clicks and resizes on the other, then a hundred charts made and destroyed:
+  // the server holds what it held before (the sanitizer build checks the memory).
+  Ko_chart* busy = static_cast<Ko_chart*>(charts[0]);
+  for (int job = 0; job < 1000; ++job) {
+    float now = float(job);
+    int id = startJobTracking(busy, names[job % 3], now, nullptr);
+    setElapsedTime(busy, now);
+    updateActiveJobs(busy, now + 0.5f);
+    if (id >= 0) stopJobTracking(busy, id, job % 2);
+    if (job % 100 == 0) {
+      QelEvent press;
+      press.type = QelButtonDown;
+      if (Ko_timeline* row = busy->getTimeLine(job % 3))
+        busy->getInteractor()->handleEvent(row->getSegments()->last(), press, busy, nullptr);
+      QelRect size(0, 0, 200 + job / 10, 150 + job / 20);
+      busy->handleResize(size);
+    }
+  }
+  chartDestructor(busy);
+  XSync(xDisplay, False);
+  const long before = serverResources(xDisplay, XtWindow(host->shell()));
+  for (int i = 0; i < 100; ++i) {
+    void* chart = chartConstructor(forms[0], const_cast<char**>(names), 3);
+    ASSERT_NE(chart, nullptr);
+    startJobTracking(chart, "a", 0, nullptr);
+    chartDestructor(chart);
+  }
+  XSync(xDisplay, False);
+  EXPECT_EQ(serverResources(xDisplay, XtWindow(host->shell())), before);
 }
 
 }  // namespace
