@@ -1,10 +1,12 @@
 /* A host written in C against kestrel.h only, as a scheduler's front end would be: a Motif shell
  * with the chart as its only child. It plays a fixed scenario (three rows, jobs started,
  * advanced, failed and succeeded), then waits; each click on a job prints the job's user data
- * on standard output as "clicked N". The end-to-end test drives it. */
+ * on standard output as "clicked N". The end-to-end test drives it; with --exit it destroys the
+ * chart and ends once the scenario is played (the installation test runs it so). */
 #include <Xm/Form.h>
 #include <Xm/Xm.h>
 #include <stdio.h>
+#include <string.h>
 
 #include "kestrel.h"
 
@@ -44,6 +46,10 @@ int main(int argc, char** argv) {
   updateActiveJobs(chart, 90);
   printf("jobs %d %d %d\n", a, b, c);
   fflush(stdout);
+  if (argc > 1 && strcmp(argv[1], "--exit") == 0) {
+    chartDestructor(chart);
+    return 0;
+  }
   XtRealizeWidget(shell);
   XtAppMainLoop(context);
   chartDestructor(chart);
