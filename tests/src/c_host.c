@@ -20,8 +20,8 @@ int main(int argc, char** argv) {
   XtAppContext context;
   Widget shell = XtVaAppInitialize(&context, "CHost", NULL, 0, &argc, argv, NULL, XmNwidth, 600,
                                    XmNheight, 300, NULL);
-  Widget form = XtVaCreateManagedWidget("form", xmFormWidgetClass, shell, XmNwidth, 600,
-                                        XmNheight, 300, NULL);
+  Widget form = XtVaCreateManagedWidget("form", xmFormWidgetClass, shell, XmNwidth, 600, XmNheight,
+                                        300, NULL);
   static char* names[] = {"alpha", "beta", "gamma"};
   void* chart = chartConstructor(form, names, 3);
   if (!chart) {

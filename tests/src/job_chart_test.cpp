@@ -7,6 +7,7 @@
 #include "charts/scale.h"
 #include "display/event.h"
 #include "gadgets/message_label.h"
+#include "gadgets/motif_look.h"
 #include "gadgets/scroll_bar.h"
 #include "graphics/selection.h"
 #include "kestrel.h"
@@ -14,6 +15,7 @@
 #include "src/ko_chart/timeline.h"
 #include "tests/support/display_fixture.h"
 #include "tests/support/motif_host.h"
+#include "tests/support/pixels.h"
 
 // After gtest and the toolkit: Xlib's macros would break their declarations.
 #include <X11/Xlib.h>
@@ -25,7 +27,12 @@ namespace {
 
 class JobChartTest : public DisplayTest {
  protected:
-  void SetUp() override { host = std::make_unique<MotifHost>(xDisplay, 20, 20, 600, 400); }
+  void SetUp() override {
+    // What loading libKestrel.so.1 does for a host: the gadgets' look among the rest.
+    QelMotifScrollBarModuleInit();
+    QelMotifMessageLabelModuleInit();
+    host = std::make_unique<MotifHost>(xDisplay, 20, 20, 600, 400);
+  }
   void TearDown() override {
     if (chart) chartDestructor(chart);
     host.reset();
@@ -101,18 +108,37 @@ TEST_F(JobChartTest, TheWindowFollowsThePresentUntilTheUserScrollsBack) {
   QelScrollBar* bar = chart->getScrollBar();
   EXPECT_EQ(bar->getMax(), 30);
   EXPECT_EQ(bar->getValue(), 20);
-  // The user scrolls back to 5: the window stays there while time goes on.
-  bar->setValue(5, 1);
-  bar->valueChanged();
+  // The user drags the slider back to 5 (real input): the window stays there while time goes on.
+  ASSERT_TRUE(host->realize());
+  host->settle();
+  QelScrollBarLayout parts = bar->layout(chart->getTransformer());
+  const int64_t span = int64_t(bar->getMax()) - bar->getSliderSize() - bar->getMin();
+  const int64_t target = parts.trackStart + (5 * parts.trackLength + span - 1) / span;
+  const int32_t y = parts.slider.y + int32_t(parts.slider.h / 2);
+  const int32_t grab = int32_t(parts.slider.w / 2);
+  host->moveTo(chart->getWidget(), parts.slider.x + grab, y);
+  host->button(1, true);
+  host->moveTo(chart->getWidget(), int32_t(target) + grab + 3, y);
+  host->moveTo(chart->getWidget(), int32_t(target) + grab, y);
+  host->button(1, false);
+  host->settle();
+  EXPECT_EQ(bar->getValue(), 5);
   EXPECT_EQ(chart->getStartTime(), 5);
   setElapsedTime(chart, 40);
   EXPECT_EQ(chart->getStartTime(), 5);
   EXPECT_EQ(chart->getEndTime(), 15);
   EXPECT_EQ(bar->getMax(), 40);
   EXPECT_EQ(getElapsedTime(chart), 40);
-  // Back at the end, it follows again.
-  bar->setValue(40, 1);
-  bar->valueChanged();
+  // Dragged back to the end, it follows again.
+  host->settle();
+  parts = bar->layout(chart->getTransformer());
+  host->moveTo(chart->getWidget(), parts.slider.x + grab, y);
+  host->button(1, true);
+  host->moveTo(chart->getWidget(), parts.slider.x + grab + 400, y);
+  host->moveTo(chart->getWidget(), parts.slider.x + grab + 800, y);
+  host->button(1, false);
+  host->settle();
+  EXPECT_EQ(bar->getValue(), 30);  // max - slider size
   setElapsedTime(chart, 50);
   EXPECT_EQ(chart->getStartTime(), 40);
   EXPECT_EQ(chart->getEndTime(), 50);
@@ -165,6 +191,35 @@ TEST_F(JobChartTest, NullHandlesAndBadArgumentsAreHarmless) {
   setUserCallback(chart, [](void* p) { return p; });
   int x = 0;
   EXPECT_EQ(callUserCallback(chart, &x), &x);
+}
+
+TEST_F(JobChartTest, NoPixelOfTheRunningLookRemainsOnceTheNextFrameIsDrawn) {
+  ASSERT_NE(make({"a", "b"}), nullptr);
+  ASSERT_TRUE(host->realize());
+  setViewableTime(chart, 10);
+  ASSERT_EQ(startJobTracking(chart, "a", 1, nullptr), 0);
+  setElapsedTime(chart, 6);
+  updateActiveJobs(chart, 6);
+  // Selected: six pixels wide, with its start marker.
+  QelEvent press;
+  press.type = QelButtonDown;
+  chart->getInteractor()->handleEvent(chart->getTimeLine(0)->getSegments()->last(), press, chart,
+                                      nullptr);
+  host->settle();
+  Widget view = chart->getWidget();
+  auto shot = [&] {
+    Dimension w = 0, h = 0;
+    XtVaGetValues(view, XmNwidth, &w, XmNheight, &h, nullptr);
+    return readWindow(xDisplay, XtWindow(view), 0, 0, w, h);
+  };
+  constexpr uint32_t kGreen = 0x00ff00;
+  ASSERT_GT(shot().count(kGreen), 50u);
+  stopJobTracking(chart, 0, 0);
+  updateActiveJobs(chart, 7);
+  host->settle();
+  Image after = shot();
+  EXPECT_EQ(after.count(kGreen), 0u);
+  EXPECT_GT(after.count(0x0000ff), 0u);
 }
 
 // The server resources of the client owning `probe` (colormap entries left out: read-only visuals
