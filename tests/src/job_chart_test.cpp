@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <limits>
 #include <memory>
 #include <string>
 #include <vector>
@@ -191,6 +192,22 @@ TEST_F(JobChartTest, NullHandlesAndBadArgumentsAreHarmless) {
   setUserCallback(chart, [](void* p) { return p; });
   int x = 0;
   EXPECT_EQ(callUserCallback(chart, &x), &x);
+
+  // Times that are no numbers, or beyond every range, change nothing for the worse.
+  const float inf = std::numeric_limits<float>::infinity();
+  for (float t : {std::numeric_limits<float>::quiet_NaN(), inf, -inf, 3e38f, -1e30f, 1e-42f}) {
+    setViewableTime(chart, t);
+    setElapsedTime(chart, t);
+    scrollToTime(chart, t);
+    int id = startJobTracking(chart, "a", t, nullptr);
+    updateActiveJobs(chart, t);
+    stopJobTracking(chart, id, 1);
+    setTimeUnits(chart, KoHours);
+    setTimeUnits(chart, KoSeconds);
+  }
+  setViewableTime(chart, 10);
+  setElapsedTime(chart, 30);
+  EXPECT_EQ(chart->getStartTime(), 20);
 }
 
 TEST_F(JobChartTest, NoPixelOfTheRunningLookRemainsOnceTheNextFrameIsDrawn) {
