@@ -7,7 +7,7 @@
 // - BM_DataSetMemory: the heap bytes of one points data set of two points with two point infos
 //   (every byte operator new hands out for it), reported as "bytes".
 // The test support (gtest) goes before any X header: Xlib's macros break gtest.
-#include "tests/support/display_fixture.h"
+#include "bench/canvas.h"
 
 #include <benchmark/benchmark.h>
 
@@ -38,20 +38,12 @@ QelChartDataYPoints* series(size_t count) {
   return data;
 }
 
-struct Scene {
-  kestrel::test::PrivateDisplay session{"kestrel-bench"};
-  QelDisplay* display = session.display();
-  Display* x = session.xDisplay();
-  QelBitmap* pixmap = nullptr;
-  QelPalette* palette = nullptr;
+struct Scene : BenchCanvas {
   std::unique_ptr<QelPolylineChart> longChart, shortChart, fullChart;
 
-  Scene() {
+  Scene() : BenchCanvas(kWidth, kHeight) {
     if (!display) return;
     QelChartModuleInit();
-    pixmap = new QelBitmap(display, kWidth, kHeight, display->depth());
-    palette = display->getPalette(display->getColor("white"), display->getColor("navy"));
-    palette->lock();
     // One data unit per pixel: the clip of the long series shows 1,000 points, like the short.
     longChart.reset(
         new QelPolylineChart(display, series(1000000), QelPoint(0, 550), 1, 1, palette));
@@ -59,14 +51,6 @@ struct Scene {
     fullChart.reset(
         new QelPolylineChart(display, series(100000), QelPoint(0, 550), 0.01f, 1, palette));
   }
-  ~Scene() {
-    longChart.reset();
-    shortChart.reset();
-    fullChart.reset();
-    if (palette) palette->unLock();
-    delete pixmap;
-  }
-  bool ready() const { return display && pixmap->isValid(); }
 
   void draw(const QelChart& chart, const QelRegion* clip) const {
     chart.draw(pixmap, nullptr, clip);
@@ -82,13 +66,7 @@ struct Scene {
 };
 
 Scene* scene(benchmark::State& state) {
-  static std::unique_ptr<Scene> shared(new Scene);
-  if (!shared->ready()) {
-    state.SkipWithError(shared->session.error().empty() ? "no usable display"
-                                                        : shared->session.error().c_str());
-    return nullptr;
-  }
-  return shared.get();
+  return sharedScene<Scene>(state);
 }
 
 // The window onto the middle of the long series.

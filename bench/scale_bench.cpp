@@ -6,7 +6,7 @@
 //   on by one unit, as a host relabels its time axis several times a second; target under 20 us.
 // - BM_RelabelAndDraw: the same followed by drawing the axis (the label skip is recomputed).
 // The test support (gtest) goes before any X header: Xlib's macros break gtest.
-#include "tests/support/display_fixture.h"
+#include "bench/canvas.h"
 
 #include <benchmark/benchmark.h>
 
@@ -20,31 +20,15 @@ namespace {
 
 constexpr uint32_t kWidth = 1100, kHeight = 200, kAxis = 1000;
 
-struct Scene {
-  kestrel::test::PrivateDisplay session{"kestrel-bench"};
-  QelDisplay* display = session.display();
-  Display* x = session.xDisplay();
-  QelBitmap* pixmap = nullptr;
-  QelPalette* palette = nullptr;
+struct Scene : BenchCanvas {
   std::unique_ptr<QelRectangularScale> longScale, shortScale, timeAxis;
 
-  Scene() {
+  Scene() : BenchCanvas(kWidth, kHeight, "fixed") {
     if (!display) return;
     QelScaleModuleInit();
-    pixmap = new QelBitmap(display, kWidth, kHeight, display->depth());
-    palette = display->getPalette(display->getColor("white"), display->getColor("navy"), nullptr,
-                                  nullptr, display->getFont("fixed"));
-    palette->lock();
     longScale = axis(65535, 65534);
     shortScale = axis(100, 99);
     timeAxis = axis(20, 19);
-  }
-  ~Scene() {
-    longScale.reset();
-    shortScale.reset();
-    timeAxis.reset();
-    if (palette) palette->unLock();
-    delete pixmap;
   }
   std::unique_ptr<QelRectangularScale> axis(uint16_t steps, float max) const {
     auto scale =
@@ -53,7 +37,6 @@ struct Scene {
     scale->setKeepAllLabels(0);
     return scale;
   }
-  bool ready() const { return display && pixmap->isValid(); }
 
   void draw(const QelRectangularScale& scale) const {
     scale.draw(pixmap, nullptr, nullptr);
@@ -62,13 +45,7 @@ struct Scene {
 };
 
 Scene* scene(benchmark::State& state) {
-  static std::unique_ptr<Scene> shared(new Scene);
-  if (!shared->ready()) {
-    state.SkipWithError(shared->session.error().empty() ? "no usable display"
-                                                        : shared->session.error().c_str());
-    return nullptr;
-  }
-  return shared.get();
+  return sharedScene<Scene>(state);
 }
 
 void BM_LongVersusShortScale(benchmark::State& state) {

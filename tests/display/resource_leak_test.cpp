@@ -3,26 +3,12 @@
 #include "display/color.h"
 #include "display/palette.h"
 #include "tests/support/display_fixture.h"
+#include "tests/support/server_resources.h"
 
 #include <X11/extensions/XRes.h>
 
 namespace kestrel::test {
 namespace {
-
-// The number of server resources (windows, pixmaps, GCs, fonts, cursors, ...) the client owning
-// `probe` holds, as the server counts them. Colormap entries are left out: on read-only visuals
-// the server keeps a record of every colour ever allocated, freed or not.
-long serverResources(Display* x, XID probe) {
-  int types = 0;
-  XResType* counts = nullptr;
-  EXPECT_TRUE(XResQueryClientResources(x, probe, &types, &counts));
-  Atom entries = XInternAtom(x, "COLORMAP ENTRY", False);
-  long total = 0;
-  for (int i = 0; i < types; ++i)
-    if (counts[i].resource_type != entries) total += counts[i].count;
-  XFree(counts);
-  return total;
-}
 
 TEST(ResourceLeakTest, ADisplayAndAThousandPalettesGiveBackEveryServerResource) {
   Display* x = openXtDisplay();

@@ -17,10 +17,10 @@
 #include "tests/support/display_fixture.h"
 #include "tests/support/motif_host.h"
 #include "tests/support/pixels.h"
+#include "tests/support/server_resources.h"
 
 // After gtest and the toolkit: Xlib's macros would break their declarations.
 #include <X11/Xlib.h>
-#include <X11/extensions/XRes.h>
 #include <Xm/Form.h>
 
 namespace kestrel::test {
@@ -237,20 +237,6 @@ TEST_F(JobChartTest, NoPixelOfTheRunningLookRemainsOnceTheNextFrameIsDrawn) {
   Image after = shot();
   EXPECT_EQ(after.count(kGreen), 0u);
   EXPECT_GT(after.count(0x0000ff), 0u);
-}
-
-// The server resources of the client owning `probe` (colormap entries left out: read-only visuals
-// keep a record of every colour ever allocated).
-long serverResources(Display* x, XID probe) {
-  int types = 0;
-  XResType* counts = nullptr;
-  if (!XResQueryClientResources(x, probe, &types, &counts)) return -1;
-  Atom entries = XInternAtom(x, "COLORMAP ENTRY", False);
-  long total = 0;
-  for (int i = 0; i < types; ++i)
-    if (counts[i].resource_type != entries) total += counts[i].count;
-  XFree(counts);
-  return total;
 }
 
 TEST_F(JobChartTest, ChartsOnTwoWidgetsBeforeRealizationFollowTheirHostsAndLeaveNothingBehind) {
