@@ -103,11 +103,18 @@ void QelAbstractChart::getDataPoint(const QelChartData* data, unsigned long inde
 
 void QelAbstractChart::setDataPoint(QelChartData* data, unsigned long index, const QelPoint& p,
                                     const QelTransformer* t) const {
-  if (!data || index >= data->getCount() || _xScale == 0 || _yScale == 0) return;
+  QelFloatPoint point;
+  if (data && index < data->getCount() && mapFromView(p, t, point)) data->setPoint(index, point);
+}
+
+bool QelAbstractChart::mapFromView(const QelPoint& p, const QelTransformer* t,
+                                   QelFloatPoint& point) const {
+  if (_xScale == 0 || _yScale == 0) return false;
   QelPoint q = p;
-  if (t && !t->inverse(q)) return;
-  data->setPoint(index,
-                 QelFloatPoint(float(q.x - _origin.x) / _xScale, float(_origin.y - q.y) / _yScale));
+  if (t && !t->inverse(q)) return false;
+  point = QelFloatPoint(float(int64_t(q.x) - _origin.x) / _xScale,
+                        float(int64_t(_origin.y) - q.y) / _yScale);
+  return true;
 }
 
 void QelAbstractChart::boundingBox(QelRect& rect, const QelTransformer* t) const {

@@ -53,8 +53,10 @@ class QelAbstractChart : public QelSimpleGraphic {
                     const QelTransformer* t) const;
   void setDataPoint(QelChartData* data, unsigned long index, const QelPoint& p,
                     const QelTransformer* t) const;
-  // The view position of a data-space point.
+  // The view position of a data-space point, and the data-space point seen at a view
+  // position (false when the mapping cannot be undone: a zero scale or a singular transformer).
   QelPoint mapToView(const QelFloatPoint& point, const QelTransformer* t) const;
+  bool mapFromView(const QelPoint& p, const QelTransformer* t, QelFloatPoint& point) const;
 
   const QelPoint& getOrigin() const { return _origin; }
   void setOrigin(const QelPoint& origin) { _origin = origin; }

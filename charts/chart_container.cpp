@@ -327,6 +327,9 @@ void QelChartContainer::zoomCharts(QelPosition positions, float xMin, float xMax
   const bool y = (positions & QelVertical) && validRange(yMin, yMax) &&
                  (yMin != yVisibleMin() || yMax != yVisibleMax());
   if (!x && !y) return;
+  // The scales' labels change with the ranges: where the old ones were is repainted too.
+  QelRegion damaged(chartsBBox(getTransformer()));
+  addScaleBoxes(damaged);
   // What is shown is part of the data's extent: scrolling may always come back to it.
   if (x) {
     visibleMin[0] = xMin, visibleMax[0] = xMax;
@@ -338,7 +341,10 @@ void QelChartContainer::zoomCharts(QelPosition positions, float xMin, float xMax
   }
   updateScale(kAllScales);
   adjustCharts();
-  if (redraw) reDrawCharts();
+  if (redraw) {
+    addScaleBoxes(damaged);
+    reDraw(&damaged);
+  }
 }
 
 void QelChartContainer::translateCharts(QelPosition positions, float dx, float dy, int redraw) {
@@ -546,7 +552,17 @@ QelRect QelChartContainer::chartsBBox(const QelTransformer* t) const {
 
 void QelChartContainer::reDrawCharts() {
   QelRegion region(chartsBBox(getTransformer()));
+  addScaleBoxes(region);
   reDraw(&region);
+}
+
+void QelChartContainer::addScaleBoxes(QelRegion& region) const {
+  for (const QelRectangularScale* scale : scales)
+    if (scale) {
+      QelRect box;
+      scale->boundingBox(box, getTransformer());
+      region.add(box);
+    }
 }
 
 // --- Layout ------------------------------------------------------------------------------------

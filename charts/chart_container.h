@@ -168,6 +168,7 @@ class QelChartContainer : public QelContainer {
   QelAbstractChart** getCharts(uint32_t& count) const;
   uint32_t getChartCount() const { return _chartCount; }
   void adjustCharts();
+  // Repaints the chart area and the scales along it.
   void reDrawCharts();
   const QelRect& getChartArea() const { return chartArea; }
   QelRect chartsBBox(const QelTransformer* t = nullptr) const;
@@ -234,6 +235,7 @@ class QelChartContainer : public QelContainer {
   QelGraphic* legend = nullptr;
 
  private:
+  void addScaleBoxes(QelRegion& region) const;
   void init(QelPosition scalePositions, const QelRect& area, int accelerators);
   // Places each scale along the chart area, at its crossing.
   void placeScales();

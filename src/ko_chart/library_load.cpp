@@ -5,8 +5,10 @@
 #include "base/module_init.h"
 #include "charts/chart.h"
 #include "charts/chart_container.h"
+#include "charts/chart_interactors.h"
 #include "charts/scale.h"
 #include "display/container.h"
+#include "display/object_interactors.h"
 #include "display/view.h"
 #include "gadgets/gadget.h"
 #include "gadgets/message_label.h"
@@ -21,13 +23,15 @@ namespace {
 // The toolkit's load order is graphio, graphic, chart, scale, graphset, view, contain, chartcnt,
 // contint, chartint, ..., rectobj, ..., marker, ..., select, ..., gadget, ..., scrollb, ...,
 // msglabel, ...; a module gets its entry here, in that order, once the library contains it.
-constexpr std::array<QelModule, 14> loadOrder{{
+constexpr std::array<QelModule, 16> loadOrder{{
     {"graphic", QelGraphicModuleInit},
     {"chart", QelChartModuleInit},
     {"scale", QelScaleModuleInit},
     {"view", QelViewModuleInit},
     {"contain", QelContainerModuleInit},
     {"chartcnt", QelChartContainerModuleInit},
+    {"contint", QelContainerInteractorModuleInit},
+    {"chartint", QelChartInteractorModuleInit},
     {"rectobj", QelRectangleModuleInit},
     {"select", QelSelectionModuleInit},
     {"gadget", QelGadgetModuleInit},

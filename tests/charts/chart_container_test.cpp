@@ -2,6 +2,7 @@
 
 #include "charts/chart_container.h"
 
+#include <functional>
 #include <limits>
 #include <memory>
 #include <sstream>
@@ -9,8 +10,11 @@
 #include <vector>
 
 #include "charts/chart.h"
+#include "charts/chart_interactors.h"
+#include "charts/multi_chart.h"
 #include "charts/scale.h"
 #include "display/color.h"
+#include "display/object_interactors.h"
 #include "display/palette.h"
 #include "graphics/input_file.h"
 #include "graphics/output_file.h"
@@ -393,6 +397,93 @@ TEST_F(ChartContainerTest, LegendListsEveryChartAndSurvivesADataFile) {
   EXPECT_EQ(legend->getCount(), 1u);
   EXPECT_EQ(container->getLegendItem(second), nullptr);
   delete second;
+}
+
+// Each chart kind's default interactor drags one point's value: the ghost follows the pointer
+// and leaves nothing behind, and the release gives the point the value under the pointer
+// (for a stacked set, measured from where its segment starts on the stack).
+TEST_F(ChartContainerTest, DefaultInteractorsDragOnePointValueOfEveryKind) {
+  QelChartInteractorModuleInit();
+  auto points = [](std::vector<QelFloatPoint> values) {
+    auto* copy = new QelFloatPoint[values.size()];
+    std::copy(values.begin(), values.end(), copy);
+    return new QelChartDataPoints(values.size(), copy, 1);
+  };
+  struct Case {
+    const char* interactor;
+    std::function<QelAbstractChart*()> make;
+    unsigned long set, index;
+    float below;  // where the dragged set's segment starts on its stack
+  };
+  const std::vector<Case> cases = {
+      {"ChDragY",
+       [&] {
+         return line(display, {{0, 10}, {50, 40}, {100, 20}}, palette("red"));
+       },
+       0, 1, 0},
+      {"SSChDragY",
+       [&] {
+         auto* bars = new QelSideBySideBarChart(display, 10, palette("red"));
+         bars->addData(points({{20, 30}, {60, 50}}), palette("blue"));
+         bars->addData(points({{20, 10}, {60, 40}}));
+         return bars;
+       },
+       1, 1, 0},
+      {"SChDragY",
+       [&] {
+         auto* bars = new QelStackedBarChart(display, 10, palette("red"));
+         bars->addData(points({{20, 30}, {60, 20}}), palette("blue"));
+         bars->addData(points({{20, 10}, {60, 15}}));
+         return bars;
+       },
+       1, 1, 20},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.interactor);
+    QelAbstractChart* chart = c.make();
+    container->addChart(chart, 0);
+    ASSERT_STREQ(chart->getDefaultInteractor(), c.interactor);
+    ASSERT_TRUE(QelSetDefaultInteractor(container, chart));
+    container->zoomCharts(QelPosition(QelHorizontal | QelVertical), 0, 100, 0, 100, 1);
+    host->settle();
+    QelChartData* data = c.set ? static_cast<QelMultiChart*>(chart)->getData(c.set)
+                               : static_cast<QelChart*>(chart)->getData();
+    QelPoint from;
+    if (c.interactor[0] == 'C')
+      chart->getDataPoint(data, c.index, from, nullptr);
+    else if (c.interactor[0] == 'S' && c.interactor[1] == 'S')
+      static_cast<QelSideBySideChart*>(chart)->getDataRelativePoint(c.set, c.index, from, nullptr);
+    else
+      static_cast<QelStackedChart*>(chart)->getDataStackedPoint(c.set, c.index, from, nullptr);
+
+    Widget w = container->getWidget();
+    host->moveTo(w, from.x, from.y);
+    host->button(1, true);
+    host->moveTo(w, from.x, from.y - 30);
+    host->moveTo(w, from.x, from.y - 60);
+    host->settle();
+    Image ghosted = screen();
+    host->moveTo(w, from.x, from.y - 40);
+    host->button(1, false);
+    host->settle();
+    Image dropped = screen();
+    container->reDraw();
+    EXPECT_TRUE(
+        imagesMatch(screen(), dropped, (std::string("drag-trace-") + c.interactor).c_str()));
+    EXPECT_NE(ghosted.rgb, dropped.rgb);  // the ghost was shown at the pointer
+
+    QelFloatPoint end, value;
+    ASSERT_TRUE(chart->mapFromView(QelPoint(from.x, from.y - 40), nullptr, end));
+    data->getPoint(c.index, value);
+    EXPECT_FLOAT_EQ(value.y, end.y - c.below);
+    EXPECT_GT(value.y, 0);
+    float min, max;
+    range(QelHorizontal, min, max);
+    EXPECT_EQ(min, 0);  // the press went to the chart, not to the rubber band
+    EXPECT_EQ(max, 100);
+    container->removeChart(chart, 1);
+    delete chart;
+  }
 }
 
 }  // namespace
