@@ -410,6 +410,15 @@ void QelChartContainer::adjustChart(QelAbstractChart* chart) {
   float xMin = visibleMin[0], xMax = visibleMax[0], yMin = yVisibleMin(), yMax = yVisibleMax();
   validate(xMin, xMax, yMin, yMax);
   fitChart(chart, xMin, xMax, yMin, yMax);
+  if (!_commonMapping && _chartCount <= 1) {
+    _commonMapping = true;
+    _commonOriginX = chart->getOrigin().x, _commonXScale = chart->getXScale();
+  }
+  if (_commonMapping && chart->getOrigin().x == _commonOriginX &&
+      chart->getXScale() == _commonXScale)
+    _oddCharts.erase(chart);
+  else
+    _oddCharts.insert(chart);
 }
 
 // One validate for all: the range a chart is shown in does not depend on the chart, and a
@@ -422,6 +431,11 @@ void QelChartContainer::adjustCharts() {
   for (uint32_t i = 0; i < _chartCount; ++i)
     if (auto* chart = static_cast<QelAbstractChart*>(getObjectAt(first + int(i))))
       fitChart(chart, xMin, xMax, yMin, yMax);
+  // An x range that cannot be fitted leaves every chart its own mapping.
+  _oddCharts.clear();
+  _commonMapping = validRange(xMin, xMax);
+  if (_commonMapping)
+    _commonOriginX = firstChart->getOrigin().x, _commonXScale = firstChart->getXScale();
 }
 
 void QelChartContainer::manageChart(QelAbstractChart* chart, int listPosition) {
@@ -432,6 +446,7 @@ void QelChartContainer::manageChart(QelAbstractChart* chart, int listPosition) {
   chart->setProperty(_axisProperty(), reinterpret_cast<void*>(uintptr_t(axisPosition)));
   growLimits(chart);
   adjustChart(chart);
+  indexChart(chart);
 }
 
 void QelChartContainer::addChart(QelAbstractChart* chart, int redraw) {
@@ -493,6 +508,7 @@ int QelChartContainer::removeChart(QelAbstractChart* chart, int redraw) {
   }
   chart->removeProperty(_chartProperty());
   chart->removeProperty(_axisProperty());
+  unindexChart(chart);
   contentsChanged(0);
   removeFromLegend(chart, redraw);
   // Only the place the chart covered changes.
@@ -507,6 +523,7 @@ void QelChartContainer::updateChart(QelAbstractChart* chart, int redraw) {
   if (getChartIndex(chart) < 0) return;
   growLimits(chart);
   adjustChart(chart);
+  indexChart(chart);
   if (redraw) reDrawObj(chart);
 }
 
@@ -696,12 +713,88 @@ void QelChartContainer::computeAxisLimits() {
 // --- Drawing -----------------------------------------------------------------------------------
 
 void QelChartContainer::drawAll(QelPort* port, const QelRegion& region, const QelRegion* clip) {
+  QelDisplay* display = getDisplay();
+  display->openDrawing(port, clip);
+  beforeDraw(port, getTransformer(), clip);
+  // The charts are one run of the object list: what lies before and after it is drawn as any
+  // container draws, the run itself through the index.
+  const int first = firstChart ? getIndex(firstChart) : int(getCardinal());
+  const int end = lastChart ? getIndex(lastChart) + 1 : first;
+  drawObjects(port, region, clip, 0, first);
+  if (!drawIndexedCharts(port, region, clip)) drawObjects(port, region, clip, first, end);
+  drawObjects(port, region, clip, end, int(getCardinal()));
+  drawFocus(port, getTransformer(), clip);
+  display->closeDrawing();
   // Whatever is drawn under the rubber band replaces the ghost there; it is drawn again below.
-  QelContainer::drawAll(port, region, clip);
   if (_ghostShown && port == this) {
     _ghostShown = false;
     drawGhost();
   }
+}
+
+bool QelChartContainer::drawIndexedCharts(QelPort* port, const QelRegion& region,
+                                          const QelRegion* clip) {
+  if (!_commonMapping || _commonXScale <= 0 || !std::isfinite(_commonXScale)) return false;
+  // The damaged strip, widened by what a drawing may reach beyond its data, in data x.
+  QelRect strip = region.getBBox();
+  if (const QelTransformer* t = getTransformer(); t && !t->inverse(strip)) return false;
+  const double left = double(strip.x) - _indexMargin - 1,
+               right = strip.right64() + _indexMargin + 1;
+  std::vector<QelAbstractChart*> found;
+  _index.query((left - _commonOriginX) / _commonXScale, (right - _commonOriginX) / _commonXScale,
+               found);
+  found.insert(found.end(), _oddCharts.begin(), _oddCharts.end());
+  // When most charts are reached anyway, walking the run in order is cheaper than sorting.
+  if (found.size() * 4 >= _chartCount) return false;
+  std::vector<std::pair<uint64_t, QelAbstractChart*>> ordered;
+  ordered.reserve(found.size());
+  for (QelAbstractChart* chart : found) ordered.emplace_back(drawingOrder(chart), chart);
+  std::sort(ordered.begin(), ordered.end());
+  ordered.erase(std::unique(ordered.begin(), ordered.end()), ordered.end());
+  for (const auto& [order, chart] : ordered) drawIfDamaged(chart, port, region, clip);
+  return true;
+}
+
+void QelChartContainer::indexChart(QelAbstractChart* chart) {
+  QelFloatRect data;
+  chart->chartBBox(data);
+  _index.insert(chart, data.minx, data.maxx);
+  if (!finite(data.minx) || !finite(data.maxx)) return;
+  // Markers, bar widths and line widths reach beyond the data by a number of pixels that does
+  // not change with the range.
+  QelRect box;
+  chart->boundingBox(box);
+  const int64_t a = chart->mapToView(QelFloatPoint(data.minx, data.miny), nullptr).x;
+  const int64_t b = chart->mapToView(QelFloatPoint(data.maxx, data.miny), nullptr).x;
+  const int64_t reach =
+      std::max({int64_t(0), std::min(a, b) - box.x, box.right64() - std::max(a, b)});
+  _indexMargin = int32_t(std::min<int64_t>(std::max<int64_t>(_indexMargin, reach), 1 << 20));
+}
+
+void QelChartContainer::unindexChart(const QelGraphic* chart) {
+  _index.remove(chart);
+  for (auto it = _oddCharts.begin(); it != _oddCharts.end(); ++it)
+    if (static_cast<const QelGraphic*>(*it) == chart) {
+      _oddCharts.erase(it);
+      break;
+    }
+}
+
+void QelChartContainer::objectDeleted(QelGraphic* obj) {
+  // Called while the object is being destroyed: only its address and its properties are used.
+  if (obj && isManaged(obj) && obj->getProperty(_chartProperty()) == this) {
+    const int index = getIndex(obj);
+    const QelGraphic* first = firstChart;
+    const QelGraphic* last = lastChart;
+    if (--_chartCount == 0) {
+      firstChart = lastChart = nullptr;
+    } else {
+      if (obj == first) firstChart = static_cast<QelAbstractChart*>(getObjectAt(index + 1));
+      if (obj == last) lastChart = static_cast<QelAbstractChart*>(getObjectAt(index - 1));
+    }
+    unindexChart(obj);
+  }
+  QelContainer::objectDeleted(obj);
 }
 
 QelRect QelChartContainer::ghostRect() const {

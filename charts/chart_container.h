@@ -17,6 +17,7 @@
 #include <unordered_set>
 #include <vector>
 
+#include "charts/chart_index.h"
 #include "display/container.h"
 #include "graphics/simple_graphic.h"
 
@@ -110,7 +111,10 @@ class QelChartContainer : public QelContainer {
   static QelPosition indexToPosition(int index);
 
   // --- Overrides ---------------------------------------------------------------------------
+  // Draws only the charts the region can show (found through their data extents).
   void drawAll(QelPort* port, const QelRegion& region, const QelRegion* clip) override;
+  // A managed chart deleted by its owner leaves the chart list too.
+  void objectDeleted(QelGraphic* obj) override;
   void handleResize(QelRect& size) override;
   // Scales every part of the layout by the ratios (the chart area and the legend's place).
   virtual void applyResize(float sx, float sy, int redraw);
@@ -236,6 +240,11 @@ class QelChartContainer : public QelContainer {
 
  private:
   void addScaleBoxes(QelRegion& region) const;
+  // The charts a redraw can reach, for drawAll: files a chart under its data's x extent.
+  void indexChart(QelAbstractChart* chart);
+  void unindexChart(const QelGraphic* chart);
+  // Draws the charts that meet `region`; false when that needs every chart anyway.
+  bool drawIndexedCharts(QelPort* port, const QelRegion& region, const QelRegion* clip);
   void init(QelPosition scalePositions, const QelRect& area, int accelerators);
   // Places each scale along the chart area, at its crossing.
   void placeScales();
@@ -260,6 +269,15 @@ class QelChartContainer : public QelContainer {
   bool _ghostShown = false;
   QelPoint _anchor, _pointer;
   QelPalette* _ghostPalette = nullptr;
+  // The charts by data extent. Charts fitted to the range of the last adjustCharts share one x
+  // mapping (origin x, x scale), which turns a damaged strip into data; a chart fitted to
+  // another range since is odd and always tested on its box.
+  QelChartIndex _index;
+  std::unordered_set<QelAbstractChart*> _oddCharts;
+  bool _commonMapping = false;
+  int32_t _commonOriginX = 0;
+  float _commonXScale = 1;
+  int32_t _indexMargin = 0;  // how far any chart's drawing reaches beyond its data, in pixels
 };
 
 // Registers QelChartsHandle and QelChartLegend and makes the "Chart", "Legend" and "Axis"

@@ -421,23 +421,35 @@ void QelContainer::showFromBuffer(const QelRect& rect) {
 
 void QelContainer::drawAll(QelPort* port, const QelRegion& region, const QelRegion* clip) {
   QelDisplay* display = getDisplay();
-  const QelTransformer* t = _transformer.get();
   display->openDrawing(port, clip);
-  beforeDraw(port, t, clip);
-  // Every object's box is tested, so the common cases stay cheap: nothing hidden, and a damaged
-  // area of one rectangle, which its bounding box answers alone.
-  const QelRect& bounds = region.getBBox();
-  const bool oneRectangle = region.getCount() == 1;
-  const bool anyHidden = !_hidden.empty();
-  for (const auto& [label, obj] : _objects) {
-    if (anyHidden && _hidden.count(obj)) continue;
-    QelRect box;
-    obj->boundingBox(box, t);
-    if (bounds.intersects(box) && (oneRectangle || region.intersects(box)))
-      obj->draw(port, t, clip);
-  }
-  drawFocus(port, t, clip);
+  beforeDraw(port, _transformer.get(), clip);
+  drawObjects(port, region, clip, 0, int(_objects.size()));
+  drawFocus(port, _transformer.get(), clip);
   display->closeDrawing();
+}
+
+void QelContainer::drawObjects(QelPort* port, const QelRegion& region, const QelRegion* clip,
+                               int first, int end) {
+  if (first < 0) first = 0;
+  if (end > int(_objects.size())) end = int(_objects.size());
+  auto it = _objects.find_by_order(size_t(first));
+  for (int i = first; i < end; ++i, ++it) drawIfDamaged(it->second, port, region, clip);
+}
+
+void QelContainer::drawIfDamaged(QelGraphic* obj, QelPort* port, const QelRegion& region,
+                                 const QelRegion* clip) {
+  // The common cases stay cheap: nothing hidden, and a damaged area of one rectangle, which
+  // its bounding box answers alone.
+  if (!_hidden.empty() && _hidden.count(obj)) return;
+  QelRect box;
+  obj->boundingBox(box, _transformer.get());
+  if (region.getBBox().intersects(box) && (region.getCount() == 1 || region.intersects(box)))
+    obj->draw(port, _transformer.get(), clip);
+}
+
+uint64_t QelContainer::drawingOrder(const QelGraphic* obj) const {
+  auto member = _members.find(obj);
+  return member == _members.end() ? 0 : member->second;
 }
 
 void QelContainer::draw(QelPort* port, const QelTransformer* t, const QelRegion* clip) {

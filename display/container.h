@@ -99,6 +99,14 @@ class QelContainer : public QelView, public QelGraphicHolder {
   virtual void beforeDraw(QelPort*, const QelTransformer*, const QelRegion*) {}
   virtual void drawFocus(QelPort*, const QelTransformer*, const QelRegion*) {}
   virtual void drawAll(QelPort* port, const QelRegion& region, const QelRegion* clip);
+  // Draws the objects of indices first .. end - 1 that meet `region`, in order.
+  void drawObjects(QelPort* port, const QelRegion& region, const QelRegion* clip, int first,
+                   int end);
+  // Draws `obj` when it is visible and its box meets `region`.
+  void drawIfDamaged(QelGraphic* obj, QelPort* port, const QelRegion& region,
+                     const QelRegion* clip);
+  // A key that sorts the objects in drawing order (0 for a stranger).
+  uint64_t drawingOrder(const QelGraphic* obj) const;
   virtual void eraseRegion(const QelRegion& region);
 
   void reDrawObj(QelGraphic* obj);

@@ -1,10 +1,15 @@
 #include <gtest/gtest.h>
 
 #include "charts/chart_container.h"
+#include "charts/chart_index.h"
 
+#include <cmath>
 #include <functional>
 #include <limits>
+#include <map>
 #include <memory>
+#include <random>
+#include <set>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -484,6 +489,103 @@ TEST_F(ChartContainerTest, DefaultInteractorsDragOnePointValueOfEveryKind) {
     container->removeChart(chart, 1);
     delete chart;
   }
+}
+
+// The index answers exactly what a scan of every extent would, through inserts that replace,
+// removals, extents of every length class, points, and extents that are not finite.
+TEST(ChartIndexTest, QueriesFindWhatAScanOfEveryExtentFinds) {
+  std::mt19937 random(7);
+  std::uniform_real_distribution<float> where(-1000, 1000);
+  const float inf = std::numeric_limits<float>::infinity();
+  std::vector<std::unique_ptr<QelPolylineChart>> charts;
+  std::map<const QelAbstractChart*, std::pair<float, float>> extents;
+  QelChartIndex index;
+  for (int i = 0; i < 400; ++i) {
+    charts.emplace_back(new QelPolylineChart(nullptr, nullptr));
+    float lo = where(random), length = std::ldexp(1.0f, int(random() % 24) - 12);
+    float hi = i % 10 == 0 ? lo : lo + length;  // some points
+    if (i % 97 == 0) hi = i % 2 ? inf : std::numeric_limits<float>::quiet_NaN();
+    index.insert(charts.back().get(), lo, hi);
+    extents[charts.back().get()] = {lo, hi};
+  }
+  for (int i = 0; i < 400; i += 3) {  // replace some, remove others
+    if (i % 2) {
+      index.insert(charts[i].get(), -5, 5);
+      extents[charts[i].get()] = {-5, 5};
+    } else {
+      index.remove(charts[i].get());
+      extents.erase(charts[i].get());
+    }
+  }
+  EXPECT_EQ(index.size(), extents.size());
+  for (int q = 0; q < 300; ++q) {
+    double lo = where(random), hi = lo + std::ldexp(1.0, int(random() % 20) - 10);
+    if (q % 50 == 0) lo = -inf;
+    std::vector<QelAbstractChart*> found;
+    index.query(lo, hi, found);
+    std::set<const QelAbstractChart*> got(found.begin(), found.end()), expected;
+    for (const auto& [chart, extent] : extents) {
+      const bool finiteExtent = std::isfinite(extent.first) && std::isfinite(extent.second);
+      if (!finiteExtent || (extent.first <= hi && extent.second >= lo)) expected.insert(chart);
+    }
+    EXPECT_EQ(got, expected) << "[" << lo << ", " << hi << "]";
+    EXPECT_EQ(found.size(), got.size());
+  }
+}
+
+// Counts the charts a redraw looks at (each is asked for its box before it is drawn).
+class CountingChart : public QelPolylineChart {
+ public:
+  using QelPolylineChart::QelPolylineChart;
+  void boundingBox(QelRect& rect, const QelTransformer* t = nullptr) const override {
+    ++draws;
+    QelPolylineChart::boundingBox(rect, t);
+  }
+  static inline int draws = 0;
+};
+
+// A redraw of one chart among many draws the charts near it only, with the same pixels as a
+// redraw of everything; a chart its owner deletes leaves the chart list.
+TEST_F(ChartContainerTest, OneChartRedrawReachesOnlyTheChartsNearIt) {
+  std::vector<CountingChart*> charts;
+  for (int i = 0; i < 200; ++i) {
+    auto* copy = new QelFloatPoint[2]{{float(i), float(i % 7)}, {i + 0.5f, float(i % 5)}};
+    charts.push_back(
+        new CountingChart(display, new QelChartDataPoints(2, copy, 1), palette("red")));
+    container->addChart(charts.back(), 0);
+  }
+  container->zoomCharts(QelPosition(QelHorizontal | QelVertical), 0, 200, 0, 10, 1);
+  host->settle();
+  Image whole = screen();
+  CountingChart::draws = 0;
+  container->reDrawObj(charts[100]);
+  EXPECT_GE(CountingChart::draws, 1);
+  EXPECT_LE(CountingChart::draws, 6);
+  EXPECT_TRUE(imagesMatch(screen(), whole, "one-chart-redraw"));
+
+  // A chart moved by a data change the container is told of is found where it went.
+  charts[100]->getData()->setPoint(1, QelFloatPoint(150, 9));
+  container->updateChart(charts[100], 1);
+  QelRect far;
+  charts[150]->boundingBox(far, nullptr);
+  QelRegion there(far);
+  CountingChart::draws = 0;
+  container->reDraw(&there);
+  EXPECT_LE(CountingChart::draws, 8);
+  EXPECT_TRUE(imagesMatch(
+      screen(),
+      [&] {
+        container->reDraw();
+        return screen();
+      }(),
+      "moved-chart-redraw"));
+
+  delete charts[0];
+  delete charts[199];
+  EXPECT_EQ(container->getChartCount(), 198u);
+  EXPECT_EQ(container->getChart(0), charts[1]);
+  EXPECT_EQ(container->getChartIndex(charts[198]), 197);
+  container->reDraw();
 }
 
 }  // namespace
