@@ -2,14 +2,16 @@
 // small scene of rectangles. Click an object to select it, drag it to move it, File > Save to
 // write the scene to a data file; a data file named on the command line is loaded at start.
 //
-//   kestrel_scene_demo [Xt options, e.g. -geometry 640x480] [--charts] [--screenshot FILE.png]
-//                      [SCENE]
+//   kestrel_scene_demo [Xt options, e.g. -geometry 640x480] [--charts] [--chart-container]
+//                      [--screenshot FILE.png] [SCENE]
 //
 // SCENE is where Save writes (scene.qel in the current directory by default); when it does not
 // exist yet the demo starts from its built-in scene. View > Live charts (or --charts at start)
-// opens a second window with every chart kind over moving series. With --screenshot the demo
-// writes a PNG of its window once it is drawn, and of the charts window (FILE-charts.png) when
-// that is open, and exits.
+// opens a second window with every chart kind over moving series; View > Chart container (or
+// --chart-container) a third, where charts share scales and a legend and are scrolled and
+// zoomed from the keyboard and the mouse. With --screenshot the demo writes a PNG of its window
+// once it is drawn, and of each other window that is open (FILE-charts.png,
+// FILE-chart-container.png), and exits.
 
 #include <X11/Intrinsic.h>
 #include <Xm/CascadeB.h>
@@ -28,8 +30,10 @@
 #include <vector>
 
 #include "charts/chart.h"
+#include "charts/chart_container.h"
 #include "display/container.h"
 #include "display/display.h"
+#include "examples/chart_container_window.h"
 #include "examples/chart_window.h"
 #include "examples/window_png.h"
 #include "gadgets/motif_look.h"
@@ -232,6 +236,7 @@ struct App {
   Widget shell = nullptr;
   Scene* scene = nullptr;
   ChartWindow* charts = nullptr;
+  ChartContainerWindow* chartContainer = nullptr;
 };
 
 void onSave(Widget, XtPointer data, XtPointer) {
@@ -245,6 +250,10 @@ void onSave(Widget, XtPointer data, XtPointer) {
 
 void onLiveCharts(Widget, XtPointer data, XtPointer) {
   static_cast<App*>(data)->charts->show();
+}
+
+void onChartContainer(Widget, XtPointer data, XtPointer) {
+  static_cast<App*>(data)->chartContainer->show();
 }
 
 void onQuit(Widget, XtPointer data, XtPointer) {
@@ -261,8 +270,8 @@ void addMenuItem(Widget menu, const char* name, char mnemonic, const char* accel
   XtAddCallback(item, XmNactivateCallback, callback, app);
 }
 
-// File > Save, File > Quit and View > Live charts, with mnemonics and Ctrl accelerators. Menu
-// entries are labelled with their widget names.
+// File > Save, File > Quit, View > Live charts and View > Chart container, with mnemonics and Ctrl
+// accelerators. Menu entries are labelled with their widget names.
 Widget makeMenuBar(Widget mainWindow, App* app) {
   Widget bar = XmCreateMenuBar(mainWindow, const_cast<char*>("menuBar"), nullptr, 0);
   Widget menu = XmCreatePulldownMenu(bar, const_cast<char*>("fileMenu"), nullptr, 0);
@@ -273,6 +282,7 @@ Widget makeMenuBar(Widget mainWindow, App* app) {
                           KeySym('F'), nullptr);
   Widget view = XmCreatePulldownMenu(bar, const_cast<char*>("viewMenu"), nullptr, 0);
   addMenuItem(view, "Live charts", 'L', "Ctrl<Key>l", "Ctrl+L", onLiveCharts, app);
+  addMenuItem(view, "Chart container", 'C', "Ctrl<Key>k", "Ctrl+K", onChartContainer, app);
   XtVaCreateManagedWidget("View", xmCascadeButtonWidgetClass, bar, XmNsubMenuId, view, XmNmnemonic,
                           KeySym('V'), nullptr);
   XtManageChild(bar);
@@ -292,6 +302,7 @@ void quitOnWindowClose(App* app) {
 struct Options {
   const char* screenshot = nullptr;
   bool charts = false;
+  bool chartContainer = false;
   std::string sceneFile = kDefaultSceneFile;
 };
 
@@ -303,6 +314,8 @@ bool parseOptions(int argc, char** argv, Options& options) {
       options.screenshot = argv[++i];
     } else if (std::strcmp(argv[i], "--charts") == 0) {
       options.charts = true;
+    } else if (std::strcmp(argv[i], "--chart-container") == 0) {
+      options.chartContainer = true;
     } else if (argv[i][0] != '-' && !haveFile) {
       options.sceneFile = argv[i];
       haveFile = true;
@@ -331,11 +344,18 @@ void waitUntilDrawn(App& app, const std::vector<QelContainer*>& containers) {
     while (XPending(display)) XtAppProcessEvent(app.context, XtIMXEvent);
 }
 
-// FILE.png gives FILE-charts.png.
-std::string chartsScreenshotName(const std::string& screenshot) {
+// FILE.png and "charts" give FILE-charts.png.
+std::string screenshotName(const std::string& screenshot, const char* window) {
   size_t dot = screenshot.rfind(".png");
-  return dot == std::string::npos ? screenshot + "-charts"
-                                  : screenshot.substr(0, dot) + "-charts" + screenshot.substr(dot);
+  std::string suffix = std::string("-") + window;
+  return dot == std::string::npos ? screenshot + suffix
+                                  : screenshot.substr(0, dot) + suffix + screenshot.substr(dot);
+}
+
+bool writeScreenshot(Widget shell, const std::string& path, const char* program) {
+  if (writeWindowPng(XtDisplay(shell), XtWindow(shell), path.c_str())) return true;
+  std::fprintf(stderr, "%s: could not write %s\n", program, path.c_str());
+  return false;
 }
 
 void runUntilQuit(App& app) {
@@ -350,7 +370,9 @@ int main(int argc, char** argv) {
                                 applicationShellWidgetClass, nullptr, 0);
   Options options;
   if (!parseOptions(argc, argv, options)) {
-    std::fprintf(stderr, "usage: %s [Xt options] [--charts] [--screenshot FILE.png] [SCENE_FILE]\n",
+    std::fprintf(stderr,
+                 "usage: %s [Xt options] [--charts] [--chart-container] [--screenshot FILE.png] "
+                 "[SCENE_FILE]\n",
                  argv[0]);
     XtDestroyApplicationContext(app.context);
     return 2;
@@ -382,27 +404,30 @@ int main(int argc, char** argv) {
   XtVaGetValues(app.shell, XmNwidth, &mainWidth, nullptr);
   XtVaSetValues(app.charts->shell(), XmNx, Position(mainWidth + 20), XmNy, Position(0), nullptr);
   if (options.charts) app.charts->show();
+  app.chartContainer = new ChartContainerWindow(display, app.shell);
+  XtVaSetValues(app.chartContainer->shell(), XmNx, Position(0), XmNy, Position(460), nullptr);
+  if (options.chartContainer) app.chartContainer->show();
 
   int status = 0;
   if (options.screenshot) {
     std::vector<QelContainer*> shown = {app.scene->container()};
     if (options.charts) shown.push_back(app.charts->container());
+    if (options.chartContainer) shown.push_back(app.chartContainer->container());
     waitUntilDrawn(app, shown);
-    if (!writeWindowPng(XtDisplay(app.shell), XtWindow(app.shell), options.screenshot)) {
-      std::fprintf(stderr, "%s: could not write %s\n", argv[0], options.screenshot);
-      status = 1;
-    }
-    std::string chartsPng = chartsScreenshotName(options.screenshot);
-    if (options.charts &&
-        !writeWindowPng(XtDisplay(app.shell), XtWindow(app.charts->shell()), chartsPng.c_str())) {
-      std::fprintf(stderr, "%s: could not write %s\n", argv[0], chartsPng.c_str());
-      status = 1;
-    }
+    bool written = writeScreenshot(app.shell, options.screenshot, argv[0]);
+    if (options.charts)
+      written &= writeScreenshot(app.charts->shell(), screenshotName(options.screenshot, "charts"),
+                                 argv[0]);
+    if (options.chartContainer)
+      written &= writeScreenshot(app.chartContainer->shell(),
+                                 screenshotName(options.screenshot, "chart-container"), argv[0]);
+    status = written ? 0 : 1;
   } else {
     runUntilQuit(app);
   }
 
   // The containers use the display's resources, and the display the X connection.
+  delete app.chartContainer;
   delete app.charts;
   delete app.scene;
   delete display;

@@ -526,5 +526,51 @@ TEST_F(SceneDemoTest, LiveChartsWindowShowsEveryKindMovingWithItsTimer) {
   if (HasFailure()) writePng(first, outputDirectory() + "/scene_demo_live_charts.png");
 }
 
+TEST_F(SceneDemoTest, ChartContainerWindowZoomsFromTheKeyboardAndFitsBack) {
+  ASSERT_NO_FATAL_FAILURE(launch({}));
+  ASSERT_NO_FATAL_FAILURE(type("ctrl+k"));
+  Window window = None;
+  ASSERT_TRUE(eventually([&] { return (window = findWindowNamed(x, "Chart container")) != None; }))
+      << "View > Chart container opened no window";
+  ASSERT_TRUE(xdotool({"windowmove", "--sync", std::to_string(window), "0", "500"}));
+  auto read = [&] {
+    XSync(x, False);
+    QelRect box = rootGeometry(x, window);
+    return readWindow(x, window, 0, 0, box.w, box.h);
+  };
+  const uint32_t bars = rgbOf("light steel blue");
+  Image first;
+  ASSERT_TRUE(eventually([&] {
+    first = read();
+    return first.count(bars) > 100 && first.count(rgbOf("firebrick")) > 20 &&
+           first.count(rgbOf("gold")) > 100;
+  })) << "the charts did not show";
+  // "Z" halves the x range around its middle: half the bars (a fixed number of pixels wide)
+  // leave the window. "B" fits both directions to the data, which is where the window started.
+  // The keys go to the container's own window, the innermost one of the shell.
+  Window inner = window;
+  for (;;) {
+    Window root, parent, *children = nullptr;
+    unsigned count = 0;
+    XQueryTree(x, inner, &root, &parent, &children, &count);
+    if (count) inner = children[count - 1];
+    if (children) XFree(children);
+    if (!count) break;
+  }
+  auto press = [&](const char* key) {
+    ASSERT_TRUE(xdotool({"windowfocus", "--sync", std::to_string(inner)}));
+    ASSERT_TRUE(xdotool({"mousemove", "--window", std::to_string(window), "300", "200"}));
+    ASSERT_TRUE(xdotool({"key", key}));
+  };
+  ASSERT_NO_FATAL_FAILURE(press("shift+z"));
+  Image zoomed;
+  EXPECT_TRUE(
+      eventually([&] { return (zoomed = read()).count(bars) < first.count(bars) * 3 / 4; }));
+  ASSERT_NO_FATAL_FAILURE(press("shift+b"));
+  Image fitted;
+  EXPECT_TRUE(eventually([&] { return (fitted = read()).rgb == first.rgb; }));
+  if (HasFailure()) writePng(zoomed, outputDirectory() + "/scene_demo_chart_container.png");
+}
+
 }  // namespace
 }  // namespace kestrel::test
