@@ -641,6 +641,7 @@ void QelChartContainer::handleResize(QelRect& size) {
   // A view that had no size yet has no layout to scale.
   if (oldW == 0 || oldH == 0) return;
   applyResize(float(size.w) / float(oldW), float(size.h) / float(oldH), 1);
+  resizeAttachments(size, oldW, oldH);
 }
 
 void QelChartContainer::applyResize(float sx, float sy, int redraw) {

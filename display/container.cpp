@@ -218,6 +218,7 @@ void QelContainer::forget(QelGraphic* obj) {
   _objects.erase(member->second);
   _members.erase(member);
   _hidden.erase(obj);
+  _attachments.erase(obj);
   if (_pressed == obj) _pressed = nullptr;
 }
 
@@ -275,6 +276,42 @@ QelRect QelContainer::objectBox(const QelGraphic* obj) const {
   QelRect box;
   obj->boundingBox(box, _transformer.get());
   return box;
+}
+
+void QelContainer::setAttachment(QelGraphic* obj, QelPosition sides) {
+  if (!obj || !isManaged(obj)) return;
+  const unsigned edges = unsigned(sides) & (QelLeft | QelRight | QelTop | QelBottom);
+  if (edges)
+    _attachments[obj] = QelPosition(edges);
+  else
+    _attachments.erase(obj);
+}
+
+QelPosition QelContainer::getAttachment(const QelGraphic* obj) const {
+  auto it = _attachments.find(obj);
+  return it == _attachments.end() ? QelPosition(0) : it->second;
+}
+
+void QelContainer::resizeAttachments(const QelRect& size, uint32_t oldW, uint32_t oldH) {
+  const int64_t dw = int64_t(size.w) - oldW, dh = int64_t(size.h) - oldH;
+  if (dw == 0 && dh == 0) return;
+  QelRegion damaged;
+  for (const auto& [constObj, sides] : _attachments) {
+    auto* obj = const_cast<QelGraphic*>(constObj);
+    QelRect box = objectBox(obj);
+    int64_t x = box.x, y = box.y, w = box.w, h = box.h;
+    // Right alone moves, left and right stretch; the same down the view.
+    if (sides & QelRight) (sides & QelLeft) ? w += dw : x += dw;
+    if (sides & QelBottom) (sides & QelTop) ? h += dh : y += dh;
+    QelRect next(QelClampToInt32(x), QelClampToInt32(y), QelClampToUint32(std::max<int64_t>(w, 1)),
+                 QelClampToUint32(std::max<int64_t>(h, 1)));
+    if (next == box) continue;
+    damaged.add(box);
+    if (_transformer && !_transformer->inverse(next)) continue;
+    obj->moveResize(next);
+    damaged.add(objectBox(obj));
+  }
+  if (!damaged.isEmpty()) reDraw(&damaged);
 }
 
 QelGraphic* QelContainer::lastContains(const QelPoint& p) const {

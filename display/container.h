@@ -136,6 +136,15 @@ class QelContainer : public QelView, public QelGraphicHolder {
   int getIndex(const QelGraphic* obj) const;
   QelGraphic* getObject(const char* name) const;
   const char* getObjectName(const QelGraphic* obj) const;
+  // Objects that follow the view's edges when it is resized. `sides` is a set of left, right,
+  // top and bottom: attached to the right (or the bottom) alone, the object keeps its distance
+  // to that edge; attached to both sides of a direction, it stretches with the view. No side
+  // detaches it.
+  void setAttachment(QelGraphic* obj, QelPosition sides);
+  QelPosition getAttachment(const QelGraphic* obj) const;
+  // Moves and stretches the attached objects from a view of oldW x oldH to `size`, and redraws
+  // where they were and where they are.
+  void resizeAttachments(const QelRect& size, uint32_t oldW, uint32_t oldH);
   // The topmost object (the one drawn last) under a point of the view.
   QelGraphic* lastContains(const QelPoint& p) const;
   QelGraphic* getPressedObject() const { return _pressed; }
@@ -181,6 +190,7 @@ class QelContainer : public QelView, public QelGraphicHolder {
   ObjectList _objects;
   std::unordered_map<const QelGraphic*, uint64_t> _members;  // each object's label
   std::unordered_set<const QelGraphic*> _hidden;
+  std::unordered_map<const QelGraphic*, QelPosition> _attachments;
   std::unique_ptr<QelTransformer> _transformer;
   QelBitmap* _doubleBuffer = nullptr;
   QelGraphic* _pressed = nullptr;

@@ -23,6 +23,7 @@
 #include "display/palette.h"
 #include "graphics/input_file.h"
 #include "graphics/output_file.h"
+#include "graphics/rectangle.h"
 #include "tests/support/display_fixture.h"
 #include "tests/support/motif_host.h"
 
@@ -168,15 +169,31 @@ TEST_F(ChartContainerTest, HooksRunOnAddAndOnEveryRangeChangeInOrder) {
   EXPECT_TRUE(container->calls.empty());
 }
 
-TEST_F(ChartContainerTest, ResizeToTheSameSizeOnlyResizesTheBase) {
+// A resize scales the layout and then moves the objects attached to the view's edges: one on
+// the right keeps its distance to it, one on the left and right stretches, one on the bottom
+// follows it up.
+TEST_F(ChartContainerTest, ResizeScalesTheLayoutAndMovesAttachedObjects) {
+  auto* right = new QelRectangle(display, QelRect(350, 10, 40, 20));
+  auto* across = new QelRectangle(display, QelRect(10, 250, 380, 20));
+  auto* bottom = new QelRectangle(display, QelRect(10, 270, 30, 20));
+  for (auto* r : {right, across, bottom}) container->addObject(r, 0);
+  container->setAttachment(right, QelRight);
+  container->setAttachment(across, QelPosition(QelLeft | QelRight));
+  container->setAttachment(bottom, QelBottom);
   QelRect same(0, 0, kWidth, kHeight);
   container->handleResize(same);
   EXPECT_TRUE(container->resizes.empty());
+  EXPECT_EQ(right->getRect(), QelRect(350, 10, 40, 20));
   QelRect wider(0, 0, kWidth * 2, kHeight / 2);
   container->handleResize(wider);
   ASSERT_EQ(container->resizes.size(), 1u);
   EXPECT_FLOAT_EQ(container->resizes[0].first, 2.0f);
   EXPECT_FLOAT_EQ(container->resizes[0].second, 0.5f);
+  EXPECT_EQ(right->getRect(), QelRect(350 + kWidth, 10, 40, 20));
+  EXPECT_EQ(across->getRect(), QelRect(10, 250, 380 + kWidth, 20));
+  EXPECT_EQ(bottom->getRect(), QelRect(10, 270 - kHeight / 2, 30, 20));
+  container->setAttachment(right, QelPosition(0));
+  EXPECT_EQ(container->getAttachment(right), QelPosition(0));
 }
 
 TEST_F(ChartContainerTest, ScaleFormatIsCopiedUnlessItIsTheStoredOne) {
