@@ -461,8 +461,10 @@ const bool registered = [] {
     unit(benchmark::RegisterBenchmark(("tick/" + scene + "/chart").c_str(),
                                       [scene](benchmark::State& s) { chartTick(s, scene); }));
     if (scene == "1000x101" || scene == "history1M")
-      unit(benchmark::RegisterBenchmark(("phases/" + scene).c_str(),
-                                        [scene](benchmark::State& s) { phases(s, scene); }));
+      benchmark::RegisterBenchmark(("phases/" + scene).c_str(),
+                                   [scene](benchmark::State& s) { phases(s, scene); })
+          ->Unit(benchmark::kMillisecond)
+          ->Iterations(5);
     if (scene == "1000x101")
       unit(benchmark::RegisterBenchmark(("startStop/" + scene).c_str(),
                                         [scene](benchmark::State& s) { startStop(s, scene); }));
