@@ -38,9 +38,9 @@
 #include <string>
 #include <vector>
 
+#include "base/alist.h"
 #include "bench/heap_counter.h"
 #include "bench/xlib_reference.h"
-#include "base/alist.h"
 #include "charts/chart_data.h"
 #include "charts/marker.h"
 #include "gadgets/motif_look.h"
@@ -58,13 +58,14 @@ double msSince(Clock::time_point start) {
   return std::chrono::duration<double, std::milli>(Clock::now() - start).count();
 }
 
-// What a scene holds. Every row runs the same timetable: `history` jobs of `length` seconds
-// every `period` seconds from 0 that lie before the window, then `finished` such jobs inside
-// it, then, when `running`, one job started at `runningFrom` and still going. Ticks alternate
-// between `tick` and `tick` + 1.
+// What a scene holds. Every row runs the same timetable of jobs of `length` seconds every
+// `period` seconds, the first at `firstWave` periods: `history` jobs that lie before the window,
+// then `finished` jobs inside it, then, when `running`, one job started at `runningFrom` and still
+// going. Ticks alternate between `tick` and `tick` + 1.
 struct Layout {
   const char* name;
   int rows;
+  int firstWave;
   int history;
   int finished;
   bool running;
@@ -72,12 +73,13 @@ struct Layout {
 };
 
 const Layout kLayouts[] = {
-    {"1000x101", 1000, 0, 100, true, 10, 8, 1000, 1010, 1010},
-    {"100x101", 100, 0, 100, true, 10, 8, 1000, 1010, 1010},
-    {"10x11", 10, 0, 10, true, 100, 80, 1000, 1010, 1010},
-    {"empty", 10, 0, 0, false, 10, 8, 0, 1010, 1010},
-    {"visible1k", 1000, 0, 1, false, 10, 8, 0, 10, 10010},
-    {"history1M", 1000, 999, 1, false, 10, 8, 0, 10, 10010},
+    {"1000x101", 1000, 0, 0, 100, true, 10, 8, 1000, 1010, 1010},
+    {"100x101", 100, 0, 0, 100, true, 10, 8, 1000, 1010, 1010},
+    {"10x11", 10, 0, 0, 10, true, 100, 80, 1000, 1010, 1010},
+    {"empty", 10, 0, 0, 0, false, 10, 8, 0, 1010, 1010},
+    // The same last job on every row, [9990, 9998], in a window of ten seconds.
+    {"visible1k", 1000, 999, 0, 1, false, 10, 8, 0, 10, 10000},
+    {"history1M", 1000, 0, 999, 1, false, 10, 8, 0, 10, 10000},
 };
 
 const Layout* layoutNamed(const std::string& name) {
@@ -119,7 +121,7 @@ struct Scene {
   std::vector<BenchJob> jobs;  // what the reference draws, the chart's running jobs ending at
                                // the first tick
   double setupMs = 0;
-  size_t heapNew = 0, heapMalloc = 0;  // heap grown while the jobs were made
+  size_t heapNew = 0, heapMalloc = 0;              // heap grown while the jobs were made
   long resourcesBefore = -1, resourcesAfter = -1;  // around the making of the jobs
   int tickCount = 0;
 
@@ -145,15 +147,17 @@ struct Scene {
     const int waves = l.history + l.finished;
     std::vector<int> ids(size_t(l.rows));
     for (int w = 0; w < waves; ++w) {
-      const float from = float(w) * l.period, to = from + l.length;
+      const float from = float(l.firstWave + w) * l.period, to = from + l.length;
       for (int r = 0; r < l.rows; ++r)
         ids[size_t(r)] = startJobTracking(chart, names[size_t(r)].c_str(), from, nullptr);
       updateActiveJobs(chart, to);
-      for (int r = 0; r < l.rows; ++r) stopJobTracking(chart, ids[size_t(r)], failsAt(r, w));
+      for (int r = 0; r < l.rows; ++r)
+        stopJobTracking(chart, ids[size_t(r)], failsAt(r, l.firstWave + w));
       if (w < l.history) continue;
       for (int r = 0; r < l.rows; ++r)
-        jobs.push_back({r + 1, from, to,
-                        failsAt(r, w) ? BenchJobState::Failed : BenchJobState::Succeeded});
+        jobs.push_back(
+            {r + 1, from, to,
+             failsAt(r, l.firstWave + w) ? BenchJobState::Failed : BenchJobState::Succeeded});
     }
     if (l.running) {
       for (int r = 0; r < l.rows; ++r) {
@@ -220,7 +224,10 @@ struct Scene {
 // One scene at a time: a million jobs take gigabytes, and the next scene's build would need as
 // much again.
 Scene* sceneFor(benchmark::State& state, const std::string& name) {
+  // The server first, so that it outlives the scene at exit.
+  static Server& keep = server();
   static std::unique_ptr<Scene> current;
+  (void)keep;
   if (!current || current->layout.name != name) {
     current.reset();
     const Layout* layout = layoutNamed(name);
@@ -248,10 +255,10 @@ void snapshot(Display* x, Drawable drawable, const std::string& name) {
   const char* directory = std::getenv("KESTREL_BENCH_SNAPSHOTS");
   if (!directory || !*directory) return;
   const int screen = DefaultScreen(x);
-  kestrel::test::writePng(kestrel::test::readDrawable(x, drawable, DefaultVisual(x, screen),
-                                                      DefaultColormap(x, screen), 0, 0, kWidth,
-                                                      kHeight),
-                          std::string(directory) + "/" + name + ".png");
+  kestrel::test::writePng(
+      kestrel::test::readDrawable(x, drawable, DefaultVisual(x, screen), DefaultColormap(x, screen),
+                                  0, 0, kWidth, kHeight),
+      std::string(directory) + "/" + name + ".png");
 }
 
 unsigned long requestsOf(Display* x, const std::function<void()>& frame) {
@@ -285,11 +292,10 @@ void referenceFrame(benchmark::State& state, const std::string& sceneName,
   scene->fillReference(reference);
   reference.drawFrame(mode);  // warm the server's caches as the chart's first tick did
   const double ms = timeFrames(state, [&] { reference.drawFrame(mode); });
-  (mode == XlibJobReference::Direct ? figures()[sceneName].direct
-                                    : figures()[sceneName].batched) = ms;
+  (mode == XlibJobReference::Direct ? figures()[sceneName].direct : figures()[sceneName].batched) =
+      ms;
   state.counters["jobs"] = double(scene->jobs.size());
-  state.counters["requests"] =
-      double(requestsOf(scene->x, [&] { reference.drawFrame(mode); }));
+  state.counters["requests"] = double(requestsOf(scene->x, [&] { reference.drawFrame(mode); }));
   snapshot(scene->x, reference.pixmap(),
            sceneName + (mode == XlibJobReference::Direct ? "-direct" : "-batched"));
 }
@@ -429,7 +435,8 @@ void setup(benchmark::State& state, int jobs) {
     const size_t newBefore = KestrelBenchAllocatedBytes();
     const auto begin = Clock::now();
     for (int w = 0; w < jobs / kRows; ++w) {
-      for (int r = 0; r < kRows; ++r) startJobTracking(chart, pointers[size_t(r)], w * 10.0f, nullptr);
+      for (int r = 0; r < kRows; ++r)
+        startJobTracking(chart, pointers[size_t(r)], w * 10.0f, nullptr);
       updateActiveJobs(chart, w * 10.0f + 8);
       for (int r = 0; r < kRows; ++r) stopJobTracking(chart, r, failsAt(r, w));
     }
@@ -450,14 +457,12 @@ const bool registered = [] {
   };
   for (const char* name : {"1000x101", "100x101", "10x11", "empty", "visible1k", "history1M"}) {
     const std::string scene = name;
-    unit(benchmark::RegisterBenchmark(("tick/" + scene + "/xlib_direct").c_str(),
-                                      [scene](benchmark::State& s) {
-                                        referenceFrame(s, scene, XlibJobReference::Direct);
-                                      }));
-    unit(benchmark::RegisterBenchmark(("tick/" + scene + "/xlib_batched").c_str(),
-                                      [scene](benchmark::State& s) {
-                                        referenceFrame(s, scene, XlibJobReference::Batched);
-                                      }));
+    unit(benchmark::RegisterBenchmark(
+        ("tick/" + scene + "/xlib_direct").c_str(),
+        [scene](benchmark::State& s) { referenceFrame(s, scene, XlibJobReference::Direct); }));
+    unit(benchmark::RegisterBenchmark(
+        ("tick/" + scene + "/xlib_batched").c_str(),
+        [scene](benchmark::State& s) { referenceFrame(s, scene, XlibJobReference::Batched); }));
     unit(benchmark::RegisterBenchmark(("tick/" + scene + "/chart").c_str(),
                                       [scene](benchmark::State& s) { chartTick(s, scene); }));
     if (scene == "1000x101" || scene == "history1M")
@@ -469,9 +474,9 @@ const bool registered = [] {
       unit(benchmark::RegisterBenchmark(("startStop/" + scene).c_str(),
                                         [scene](benchmark::State& s) { startStop(s, scene); }));
     if (scene == "history1M")
-      benchmark::RegisterBenchmark(("memory/" + scene).c_str(),
-                                   [scene](benchmark::State& s) { memory(s, scene); })
-          ->Iterations(1);
+      benchmark::RegisterBenchmark(("memory/" + scene).c_str(), [scene](benchmark::State& s) {
+        memory(s, scene);
+      })->Iterations(1);
   }
   for (int jobs : {5000, 10000, 20000})
     benchmark::RegisterBenchmark(("setup/" + std::to_string(jobs)).c_str(),

@@ -79,8 +79,8 @@ void XlibJobReference::computeDiamondCover() {
   constexpr int kSize = 4 * kMarkerReach, c = kSize / 2;
   Pixmap scratch = XCreatePixmap(_x, _window, kSize, kSize, DefaultDepth(_x, DefaultScreen(_x)));
   XFillRectangle(_x, scratch, _background, 0, 0, kSize, kSize);
-  XPoint diamond[4] = {{c - kMarkerReach, c}, {c, c - kMarkerReach}, {c + kMarkerReach, c},
-                       {c, c + kMarkerReach}};
+  XPoint diamond[4] = {
+      {c - kMarkerReach, c}, {c, c - kMarkerReach}, {c + kMarkerReach, c}, {c, c + kMarkerReach}};
   XFillPolygon(_x, scratch, _axes, diamond, 4, Convex, CoordModeOrigin);
   XImage* image = XGetImage(_x, scratch, 0, 0, kSize, kSize, AllPlanes, ZPixmap);
   XFreePixmap(_x, scratch);
