@@ -478,7 +478,7 @@ const bool registered = [] {
         memory(s, scene);
       })->Iterations(1);
   }
-  for (int jobs : {5000, 10000, 20000})
+  for (int jobs : {2500, 5000, 10000})
     benchmark::RegisterBenchmark(("setup/" + std::to_string(jobs)).c_str(),
                                  [jobs](benchmark::State& s) { setup(s, jobs); })
         ->UseManualTime()

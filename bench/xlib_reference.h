@@ -38,7 +38,9 @@ class XlibJobReference {
  public:
   // Direct: one request per line and per diamond, in job order, as a straightforward client
   // draws. Batched: per colour, every line in one segment list and every diamond as the few
-  // rectangles covering its pixels, each list cut at the core request size.
+  // rectangles covering its pixels, each list cut at the core request size. Batched is the
+  // floor, not the same picture: where jobs of different colours overlap, the colour drawn last
+  // wins instead of the job drawn last.
   enum Mode { Direct, Batched };
 
   // A mapped window of the given size on `x`, with its pixmap and one GC per job state.
