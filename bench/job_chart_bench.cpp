@@ -10,8 +10,9 @@
 //   are visible, against a chart holding only those 1,000 (x_visible_only).
 // - startStop/1000x101: startJobTracking and stopJobTracking of one job among 100,000 visible,
 //   each with its XSync; start_x_frame and stop_x_frame are their shares of the chart's tick.
-// - memory/history1M: heap bytes per finished job (operator new, and malloc's own count) and
-//   X server resources of the client per job.
+// - memory/history1M: heap bytes per finished job still in use (malloc's own count, overhead
+//   included), the bytes operator new handed out while the jobs were made (freed ones too), and
+//   X server resources of the client before and after the jobs were made.
 // - phases/<scene>: the parts of a tick timed one by one (fitting the charts to the window, the
 //   test of every object's box that a full redraw makes, a full redraw's client side and the
 //   server's backlog after it), and the sizes of the objects one job is made of.
@@ -354,7 +355,7 @@ void memory(benchmark::State& state, const std::string& sceneName) {
   const double jobs = double(scene->layout.rows) * (scene->layout.history + scene->layout.finished);
   state.counters["jobs"] = jobs;
   state.counters["setup_s"] = scene->setupMs / 1000;
-  state.counters["new_bytes_per_job"] = double(scene->heapNew) / jobs;
+  state.counters["new_allocated_per_job"] = double(scene->heapNew) / jobs;
   state.counters["malloc_bytes_per_job"] = double(scene->heapMalloc) / jobs;
   state.counters["x_resources_before"] = double(scene->resourcesBefore);
   state.counters["x_resources_after"] = double(scene->resourcesAfter);
@@ -444,7 +445,7 @@ void setup(benchmark::State& state, int jobs) {
     const double ms = msSince(begin);
     state.SetIterationTime(ms / 1000);
     state.counters["us_per_job"] = ms * 1000 / jobs;
-    state.counters["new_bytes_per_job"] = double(KestrelBenchAllocatedBytes() - newBefore) / jobs;
+    state.counters["new_allocated_per_job"] = double(KestrelBenchAllocatedBytes() - newBefore) / jobs;
     chartDestructor(chart);
   }
 }
