@@ -438,6 +438,15 @@ void QelChartContainer::adjustCharts() {
     _commonOriginX = firstChart->getOrigin().x, _commonXScale = firstChart->getXScale();
 }
 
+void QelChartContainer::updateCharts() {
+  int first = firstChart ? getIndex(firstChart) : 0;
+  for (uint32_t i = 0; i < _chartCount; ++i)
+    if (auto* chart = static_cast<QelAbstractChart*>(getObjectAt(first + int(i)))) {
+      growLimits(chart);
+      indexChart(chart);
+    }
+}
+
 void QelChartContainer::manageChart(QelAbstractChart* chart, int listPosition) {
   if (listPosition == 0 || !firstChart) firstChart = chart;
   if (listPosition != 0 || !lastChart) lastChart = chart;

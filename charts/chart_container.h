@@ -172,6 +172,8 @@ class QelChartContainer : public QelContainer {
   QelAbstractChart** getCharts(uint32_t& count) const;
   uint32_t getChartCount() const { return _chartCount; }
   void adjustCharts();
+  // Refiles every chart after their data changed (one chart: updateChart).
+  void updateCharts();
   // Repaints the chart area and the scales along it.
   void reDrawCharts();
   const QelRect& getChartArea() const { return chartArea; }

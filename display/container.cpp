@@ -123,6 +123,10 @@ uint64_t QelContainer::spreadAround(size_t index) {
     uint64_t gap = (high - low) / (slots + 1);
     if (gap < kMinGap && !(lo == 0 && hi == n)) continue;
     if (gap < 2) gap = 2;  // only a list of billions of objects comes here
+    // No wider than appending leaves: a window that reaches the end of the list would
+    // otherwise use up the free labels above it, a fifth at each spread, and inserting again
+    // and again before the last objects would spread ever wider windows.
+    if (gap > kLabelGap) gap = kLabelGap;
     std::vector<QelGraphic*> window;
     window.reserve(hi - lo);
     for (size_t i = lo; i < hi; ++i)

@@ -65,12 +65,17 @@ int KoChartInteractor::handleEvent(QelGraphic* graphic, QelEvent& event, QelCont
   } else {
     selection->setObject(segment);
   }
+  chart->sceneChanged();
   if (chart->userCallback) chart->userCallback(segment->getUserData());
   chart->reDraw();
   return 0;
 }
 
 // --- Ko_chart ----------------------------------------------------------------------------------
+
+// How far a job's drawing reaches beyond its box (which is its data's): half the selected
+// look's line width and its markers, with room to spare.
+constexpr int64_t kLineReach = 8;
 
 Ko_chart::Ko_chart(Widget host, char** names, int32_t count)
     : Ko_chart(host, names, count, openDisplay(host)) {}
@@ -265,13 +270,81 @@ void Ko_chart::stopJobTracking(int32_t jobID, int32_t failed) {
     std::fprintf(stderr, "ko_chart:406: %s: Assertion `timeLines[jobID]' failed.\n", __func__);
     std::abort();
   }
+  // Completion may take a selected job's wider look away: the place it covered is repainted
+  // too (a chart's box is its data's, so the line's width is added), so that a later whole
+  // redraw has nothing left to mend.
+  Ko_timeline_segment* running =
+      timeLines[jobID]->isActive() ? timeLines[jobID]->getSegments()->last() : nullptr;
+  QelRect before;
+  if (running) running->boundingBox(before, getTransformer());
   timeLines[jobID]->stopJob(failed);
+  if (running) {
+    QelRegion covered(QelRectBetween(before.x - kLineReach, int64_t(before.y) - kLineReach,
+                                     before.right64() + kLineReach,
+                                     before.bottom64() + kLineReach));
+    reDraw(&covered);
+  }
 }
 
 void Ko_chart::updateActiveJobs(float now) {
-  for (int32_t i = 0; timeLines && i < numTimeLines; ++i)
-    if (timeLines[i]) timeLines[i]->updateActiveJobProgress(now);
+  for (int32_t i = 0; timeLines && i < numTimeLines; ++i) {
+    Ko_timeline* row = timeLines[i];
+    if (!row) continue;
+    Ko_timeline_segment* running = row->isActive() ? row->getSegments()->last() : nullptr;
+    if (!running) {
+      row->updateActiveJobProgress(now);
+      continue;
+    }
+    // The selection frame of a running job moves its handles along the whole job: that is
+    // no growth at the end, and the whole scene is painted anew.
+    if (running == Ko_timeline_segment::prevSelected) sceneChanged();
+    QelRect before, after;
+    running->boundingBox(before, getTransformer());
+    row->updateActiveJobProgress(now);
+    // Its data reached further: the container files it under its new extent.
+    updateChart(running, 0);
+    running->boundingBox(after, getTransformer());
+    // A segment grows or shrinks at its end only: what changes lies between the two ends,
+    // widened by what its line and its end's drawing reach.
+    QelRect changed = QelRectBetween(std::min(before.right64(), after.right64()) - kLineReach,
+                                     std::min(before.y, after.y) - kLineReach,
+                                     std::max(before.right64(), after.right64()) + kLineReach,
+                                     std::max(before.bottom64(), after.bottom64()) + kLineReach);
+    if (grown)
+      growth.add(changed);
+    else
+      growth = changed, grown = true;
+  }
   reDraw();
+}
+
+Ko_chart::SceneKey Ko_chart::sceneKey() const {
+  float x0, x1, y0, y1;
+  getVisibleRange(QelHorizontal, x0, x1);
+  getVisibleRange(QelVertical, y0, y1);
+  return SceneKey{x0, x1, y0, y1, xScaleFactor, getChartArea(), width(), height()};
+}
+
+void Ko_chart::reDraw(const QelRegion* region) {
+  // A region is painted as asked: it shows the scene as it is now, the rest stays as painted.
+  if (region) {
+    QelChartContainer::reDraw(region);
+    return;
+  }
+  const SceneKey key = sceneKey();
+  if (painted && key == paintedKey) {
+    if (grown) {
+      grown = false;
+      QelRegion changed(growth);
+      QelChartContainer::reDraw(&changed);
+    }
+    return;
+  }
+  grown = false;
+  QelChartContainer::reDraw(nullptr);
+  // Only a drawn window holds what was painted.
+  painted = getDrawable() != 0 && width() > 0 && height() > 0;
+  paintedKey = key;
 }
 
 void Ko_chart::setTimeUnits(KoTimeUnit unit) {
@@ -296,6 +369,8 @@ void Ko_chart::setTimeUnits(KoTimeUnit unit) {
   for (int32_t i = 0; timeLines && i < numTimeLines; ++i)
     if (timeLines[i]) timeLines[i]->getSegments()->setScaleX(xScaleFactor);
   Ko_timeline::xScaleFactor = xScaleFactor;
+  // Every job's data moved along x: the container files them anew.
+  updateCharts();
   reDraw();
 }
 

@@ -54,6 +54,11 @@ class Ko_chart : public QelChartContainer {
   static void roundMinMax(float& min, float& max);
 
   void handleResize(QelRect& rect) override;
+  // A whole redraw repaints only what changed since the last one when the chart knows it: the
+  // running jobs' growth, or nothing. Any other change to the scene that is not painted at
+  // once must say so (sceneChanged) to have the next whole redraw repaint everything.
+  void reDraw(const QelRegion* region = nullptr) override;
+  void sceneChanged() { painted = false; }
   void updateScaleLabels(QelPosition position) const override;
   void validate(float& xMin, float& xMax, float& yMin, float& yMax) override;
 
@@ -91,6 +96,17 @@ class Ko_chart : public QelChartContainer {
   void fitToHost();
   // The scroll bar's range, value and slider for the window, from 0 to `end`.
   void setScrollBar(float end);
+  // What a whole redraw depends on besides the objects: the ranges, the layout, the units.
+  struct SceneKey {
+    float x0, x1, y0, y1, units;
+    QelRect area;
+    uint32_t width, height;
+    bool operator==(const SceneKey& o) const {
+      return x0 == o.x0 && x1 == o.x1 && y0 == o.y0 && y1 == o.y1 && units == o.units &&
+             area == o.area && width == o.width && height == o.height;
+    }
+  };
+  SceneKey sceneKey() const;
 
   KoChartInteractor* interactor = nullptr;
   Widget systemView = nullptr;
@@ -112,4 +128,10 @@ class Ko_chart : public QelChartContainer {
   KoTimeUnit timeUnits = KoSeconds;
   float xScaleFactor = 1.0f;
   Widget host = nullptr;
+  // The scene as last painted whole, and what has changed in it since: the area the running
+  // jobs grew over.
+  bool painted = false;
+  SceneKey paintedKey{};
+  QelRect growth;
+  bool grown = false;
 };

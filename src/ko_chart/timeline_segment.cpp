@@ -47,8 +47,8 @@ Ko_timeline_segment::Ko_timeline_segment(QelDisplay* display, float start, float
 }
 
 Ko_timeline_segment::~Ko_timeline_segment() {
-  // Every marker goes (completion adds a second one to the start point), and the data set goes
-  // with the chart's own release of it: the chart holds its lock.
+  // Every marker goes, and the data set goes with the chart's own release of it: the chart
+  // holds its lock.
   for (unsigned long index : {0ul, 1ul})
     while (data && data->getPointInfo(index)) data->removePointInfo(index, 1);
   --numInstances;
@@ -128,6 +128,14 @@ void Ko_timeline_segment::setDataPointMarker(int32_t index, int32_t on) {
     return;
   }
   QelPalette* palette = currentPalette ? currentPalette : display->defaultPalette();
+  // A point that has a marker already gets it in the new palette: a second marker on top of
+  // the first would cover it exactly, for twice the drawing and memory.
+  if (QelChartPointInfo* info = data->getPointInfo(static_cast<unsigned long>(index))) {
+    if (auto* existing = dynamic_cast<QelSimpleGraphic*>(info->getGraphic())) {
+      existing->setPalette(palette);
+      return;
+    }
+  }
   auto* marker = new QelMarker(display, QelPoint(0, 0), kMarkerType, kMarkerSize, palette);
   data->addPointInfo(new QelChartPointInfo(marker, static_cast<unsigned long>(index),
                                            QelPoint(kMarkerOffset, kMarkerOffset)));
