@@ -78,9 +78,13 @@ class QelAbstractChart : public QelSimpleGraphic {
   QelPoint basePoint(const QelTransformer* t) const;
 
  private:
+  // A chart container refits its charts when it next uses them: the stamp says which of its
+  // fits the mapping follows.
+  friend class QelChartContainer;
   QelPoint _origin;
   float _xScale = 1;
   float _yScale = 1;
+  uint32_t _fitStamp = 0;
 };
 
 class QelChart : public QelAbstractChart {

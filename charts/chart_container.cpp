@@ -20,6 +20,7 @@
 #include "graphics/input_file.h"
 #include "graphics/output_file.h"
 #include "graphics/region.h"
+#include "graphics/selection.h"
 #include "graphics/transformer.h"
 
 namespace {
@@ -410,6 +411,7 @@ void QelChartContainer::adjustChart(QelAbstractChart* chart) {
   float xMin = visibleMin[0], xMax = visibleMax[0], yMin = yVisibleMin(), yMax = yVisibleMax();
   validate(xMin, xMax, yMin, yMax);
   fitChart(chart, xMin, xMax, yMin, yMax);
+  chart->_fitStamp = _fitStamp;
   if (!_commonMapping && _chartCount <= 1) {
     _commonMapping = true;
     _commonOriginX = chart->getOrigin().x, _commonXScale = chart->getXScale();
@@ -422,20 +424,38 @@ void QelChartContainer::adjustChart(QelAbstractChart* chart) {
 }
 
 // One validate for all: the range a chart is shown in does not depend on the chart, and a
-// container with a hundred thousand charts should not ask a hundred thousand times.
+// container with a hundred thousand charts should not ask a hundred thousand times. Nor are
+// they all refitted here: each is when the container next measures, draws or picks it
+// (prepareObject), so that a million charts of which a thousand show cost a thousand fits.
 void QelChartContainer::adjustCharts() {
-  if (!_chartCount) return;
   float xMin = visibleMin[0], xMax = visibleMax[0], yMin = yVisibleMin(), yMax = yVisibleMax();
   validate(xMin, xMax, yMin, yMax);
-  int first = getIndex(firstChart);
-  for (uint32_t i = 0; i < _chartCount; ++i)
-    if (auto* chart = static_cast<QelAbstractChart*>(getObjectAt(first + int(i))))
-      fitChart(chart, xMin, xMax, yMin, yMax);
+  if (++_fitStamp == 0) _fitStamp = 1;  // 0 is a chart no container has fitted
+  _fitRange[0] = xMin, _fitRange[1] = xMax, _fitRange[2] = yMin, _fitRange[3] = yMax;
   // An x range that cannot be fitted leaves every chart its own mapping.
   _oddCharts.clear();
   _commonMapping = validRange(xMin, xMax);
-  if (_commonMapping)
-    _commonOriginX = firstChart->getOrigin().x, _commonXScale = firstChart->getXScale();
+  if (_commonMapping) {
+    _commonXScale = float(chartArea.w) / (xMax - xMin);
+    _commonOriginX =
+        QelClampToInt32(int64_t(chartArea.x) - QelTruncToPixel(double(_commonXScale * xMin)));
+  }
+}
+
+void QelChartContainer::ensureFitted(QelAbstractChart* chart) const {
+  if (chart->_fitStamp == _fitStamp) return;
+  fitChart(chart, _fitRange[0], _fitRange[1], _fitRange[2], _fitRange[3]);
+  chart->_fitStamp = _fitStamp;
+}
+
+void QelChartContainer::prepareObject(QelGraphic* obj) const {
+  if (!obj) return;
+  if (obj->getProperty(_chartProperty()) == this) {
+    ensureFitted(static_cast<QelAbstractChart*>(obj));
+    return;
+  }
+  // A selection frame is measured and drawn from the object it frames.
+  if (auto* frame = dynamic_cast<QelDrawSelection*>(obj)) prepareObject(frame->getObject());
 }
 
 void QelChartContainer::updateCharts() {
@@ -504,7 +524,10 @@ int QelChartContainer::removeChart(QelAbstractChart* chart, int redraw) {
   const bool managed = getChartIndex(chart) >= 0;
   int index = getIndex(chart);
   QelRect box;
-  if (managed) chart->boundingBox(box, getTransformer());
+  if (managed) {
+    ensureFitted(chart);
+    chart->boundingBox(box, getTransformer());
+  }
   if (!removeObject(chart, 0)) return 0;
   if (managed) {
     --_chartCount;
@@ -538,7 +561,9 @@ void QelChartContainer::updateChart(QelAbstractChart* chart, int redraw) {
 
 QelAbstractChart* QelChartContainer::getChart(int index) const {
   if (index < 0 || uint32_t(index) >= _chartCount) return nullptr;
-  return static_cast<QelAbstractChart*>(getObjectAt(getIndex(firstChart) + index));
+  auto* chart = static_cast<QelAbstractChart*>(getObjectAt(getIndex(firstChart) + index));
+  if (chart) ensureFitted(chart);  // handed out: its mapping must be the current one
+  return chart;
 }
 
 int QelChartContainer::getChartIndex(const QelAbstractChart* chart) const {
@@ -561,8 +586,10 @@ QelAbstractChart** QelChartContainer::getCharts(uint32_t& count) const {
     }
   }
   int first = _chartCount ? getIndex(firstChart) : 0;
-  for (uint32_t i = 0; i < count; ++i)
+  for (uint32_t i = 0; i < count; ++i) {
     array[i] = static_cast<QelAbstractChart*>(getObjectAt(first + int(i)));
+    ensureFitted(array[i]);
+  }
   return array;
 }
 
@@ -766,6 +793,7 @@ bool QelChartContainer::drawIndexedCharts(QelPort* port, const QelRegion& region
 }
 
 void QelChartContainer::indexChart(QelAbstractChart* chart) {
+  ensureFitted(chart);
   QelFloatRect data;
   chart->chartBBox(data);
   _index.insert(chart, data.minx, data.maxx);

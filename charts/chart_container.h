@@ -113,6 +113,8 @@ class QelChartContainer : public QelContainer {
   // --- Overrides ---------------------------------------------------------------------------
   // Draws only the charts the region can show (found through their data extents).
   void drawAll(QelPort* port, const QelRegion& region, const QelRegion* clip) override;
+  // Brings a managed chart's mapping up to the container's last fit (see adjustCharts).
+  void prepareObject(QelGraphic* obj) const override;
   // A managed chart deleted by its owner leaves the chart list too.
   void objectDeleted(QelGraphic* obj) override;
   void handleResize(QelRect& size) override;
@@ -244,6 +246,7 @@ class QelChartContainer : public QelContainer {
   void addScaleBoxes(QelRegion& region) const;
   // The charts a redraw can reach, for drawAll: files a chart under its data's x extent.
   void indexChart(QelAbstractChart* chart);
+  void ensureFitted(QelAbstractChart* chart) const;
   void unindexChart(const QelGraphic* chart);
   // Draws the charts that meet `region`; false when that needs every chart anyway.
   bool drawIndexedCharts(QelPort* port, const QelRegion& region, const QelRegion* clip);
@@ -279,7 +282,11 @@ class QelChartContainer : public QelContainer {
   bool _commonMapping = false;
   int32_t _commonOriginX = 0;
   float _commonXScale = 1;
-  int32_t _indexMargin = 0;  // how far any chart's drawing reaches beyond its data, in pixels
+  int32_t _indexMargin = 0;
+  // The last adjustCharts: its stamp and the range it fits the charts to.
+  uint32_t _fitStamp = 1;
+  float _fitRange[4] = {0, 1, 0,
+                        1};  // how far any chart's drawing reaches beyond its data, in pixels
 };
 
 // Registers QelChartsHandle and QelChartLegend and makes the "Chart", "Legend" and "Axis"

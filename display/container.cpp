@@ -277,6 +277,7 @@ void QelContainer::setTransformer(const QelTransformer* t) {
 }
 
 QelRect QelContainer::objectBox(const QelGraphic* obj) const {
+  prepareObject(const_cast<QelGraphic*>(obj));
   QelRect box;
   obj->boundingBox(box, _transformer.get());
   return box;
@@ -321,9 +322,11 @@ void QelContainer::resizeAttachments(const QelRect& size, uint32_t oldW, uint32_
 QelGraphic* QelContainer::lastContains(const QelPoint& p) const {
   QelPoint model = p;
   if (_transformer && !_transformer->inverse(model)) return nullptr;
-  for (auto it = _objects.rbegin(); it != _objects.rend(); ++it)
-    if (isVisible(it->second) && it->second->contains(model, p, _transformer.get()))
-      return it->second;
+  for (auto it = _objects.rbegin(); it != _objects.rend(); ++it) {
+    if (!isVisible(it->second)) continue;
+    prepareObject(it->second);
+    if (it->second->contains(model, p, _transformer.get())) return it->second;
+  }
   return nullptr;
 }
 
@@ -482,6 +485,7 @@ void QelContainer::drawIfDamaged(QelGraphic* obj, QelPort* port, const QelRegion
   // The common cases stay cheap: nothing hidden, and a damaged area of one rectangle, which
   // its bounding box answers alone.
   if (!_hidden.empty() && _hidden.count(obj)) return;
+  prepareObject(obj);
   QelRect box;
   obj->boundingBox(box, _transformer.get());
   if (region.getBBox().intersects(box) && (region.getCount() == 1 || region.intersects(box)))
@@ -499,7 +503,10 @@ void QelContainer::draw(QelPort* port, const QelTransformer* t, const QelRegion*
   if (!t) t = _transformer.get();
   display->openDrawing(port, clip);
   for (const auto& [label, obj] : _objects)
-    if (isVisible(obj)) obj->draw(port, t, clip);
+    if (isVisible(obj)) {
+      prepareObject(obj);
+      obj->draw(port, t, clip);
+    }
   display->closeDrawing();
 }
 

@@ -107,6 +107,9 @@ class QelContainer : public QelView, public QelGraphicHolder {
                      const QelRegion* clip);
   // A key that sorts the objects in drawing order (0 for a stranger).
   uint64_t drawingOrder(const QelGraphic* obj) const;
+  // Called before the container measures, draws or picks an object: a subclass that keeps an
+  // object's geometry up to date lazily brings it up to date here.
+  virtual void prepareObject(QelGraphic*) const {}
   virtual void eraseRegion(const QelRegion& region);
 
   void reDrawObj(QelGraphic* obj);

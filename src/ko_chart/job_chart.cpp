@@ -276,7 +276,10 @@ void Ko_chart::stopJobTracking(int32_t jobID, int32_t failed) {
   Ko_timeline_segment* running =
       timeLines[jobID]->isActive() ? timeLines[jobID]->getSegments()->last() : nullptr;
   QelRect before;
-  if (running) running->boundingBox(before, getTransformer());
+  if (running) {
+    prepareObject(running);
+    running->boundingBox(before, getTransformer());
+  }
   timeLines[jobID]->stopJob(failed);
   if (running) {
     QelRegion covered(QelRectBetween(before.x - kLineReach, int64_t(before.y) - kLineReach,
@@ -299,6 +302,7 @@ void Ko_chart::updateActiveJobs(float now) {
     // no growth at the end, and the whole scene is painted anew.
     if (running == Ko_timeline_segment::prevSelected) sceneChanged();
     QelRect before, after;
+    prepareObject(running);
     running->boundingBox(before, getTransformer());
     row->updateActiveJobProgress(now);
     // Its data reached further: the container files it under its new extent.

@@ -597,6 +597,13 @@ TEST_F(ChartContainerTest, OneChartRedrawReachesOnlyTheChartsNearIt) {
       }(),
       "moved-chart-redraw"));
 
+  // Zoomed in, the charts out of sight are refitted only when used: one handed out has the
+  // mapping of the new range.
+  container->zoomCharts(QelHorizontal, 0, 20, 0, 0, 1);
+  const QelRect area = container->getChartArea();
+  EXPECT_NEAR(container->getChart(150)->mapToView(QelFloatPoint(150, 0), nullptr).x,
+              area.x + 150.0 * area.w / 20, 1);
+
   delete charts[0];
   delete charts[199];
   EXPECT_EQ(container->getChartCount(), 198u);
