@@ -10,9 +10,9 @@
  * its requested time was killed at its limit and ends as failed; the others succeed. An Xt
  * timer moves the replay clock on; a click on a job shows its details in the status line.
  *
- * --at runs the replay as fast as it goes up to that trace time (or to the end of the trace),
- * writes the --screenshot there, and exits. --print-status writes every new text of the status
- * line to standard output as well. */
+ * --at runs the replay as fast as it goes up to that trace time (or to the end of the trace) and
+ * pauses there; with --screenshot it writes the window there and exits. --print-status writes
+ * every new text of the status line to standard output as well. */
 #include <X11/Intrinsic.h>
 #include <Xm/CascadeB.h>
 #include <Xm/Frame.h>
@@ -637,8 +637,8 @@ static void noteMapped(Widget w, XtPointer mapped, XEvent* event, Boolean* go_on
   if (event->type == MapNotify) *(int*)mapped = 1;
 }
 
-/* Replays at full speed up to --at, writes the screenshot there, and says whether all went well. */
-static int runToTheEnd(Monitor* m) {
+/* Replays as fast as it goes up to --at, once the window shows. */
+static void runToTheStop(Monitor* m) {
   int mapped = 0;
   XtAddEventHandler(m->shell, StructureNotifyMask, False, noteMapped, &mapped);
   while (!mapped) XtAppProcessEvent(m->context, XtIMAll);
@@ -649,10 +649,6 @@ static int runToTheEnd(Monitor* m) {
     advanceTo(m, fmin(m->replay.now + MAX_SPEED_STEP, until));
     settle(m);
   }
-  if (!m->options.screenshot) return 1;
-  if (writeWindowPng(XtDisplay(m->shell), XtWindow(m->shell), m->options.screenshot)) return 1;
-  fprintf(stderr, "kestrel_job_monitor: could not write %s\n", m->options.screenshot);
-  return 0;
 }
 
 static void freeMonitor(Monitor* m) {
@@ -731,10 +727,20 @@ int main(int argc, char** argv) {
   showClock(m);
 
   int status = 0;
-  if (m->options.atEnd || !isnan(m->options.at)) {
-    status = runToTheEnd(m) ? 0 : 1;
+  if (m->options.screenshot) {
+    runToTheStop(m);
+    if (!writeWindowPng(XtDisplay(m->shell), XtWindow(m->shell), m->options.screenshot)) {
+      fprintf(stderr, "kestrel_job_monitor: could not write %s\n", m->options.screenshot);
+      status = 1;
+    }
   } else {
-    m->timer = XtAppAddTimeOut(m->context, TICK_MS, tick, m);
+    if (m->options.atEnd || !isnan(m->options.at)) {
+      /* The replay waits there for the user to look, and goes on with Replay > Resume. */
+      runToTheStop(m);
+      setPaused(m, 1);
+    } else {
+      m->timer = XtAppAddTimeOut(m->context, TICK_MS, tick, m);
+    }
     while (!XtAppGetExitFlag(m->context)) XtAppProcessEvent(m->context, XtIMAll);
   }
   chartDestructor(m->chart);
