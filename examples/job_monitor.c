@@ -43,7 +43,7 @@
 
 #define TEXT_DOMAIN "kestrel-job-monitor"
 #define TICK_MS 100           /* the replay clock moves ten times a second */
-#define MAX_SPEED_STEP 3600.0 /* trace seconds per tick at maximum speed */
+#define MAX_SPEED_STEP 3600.0 /* trace seconds per step at maximum speed */
 #define MAX_SPEED (-1.0)
 
 /* --- Options ---------------------------------------------------------------------------------*/
@@ -107,8 +107,10 @@ static int parseOptions(int argc, char** argv, Options* options) {
       return 0;
     }
   }
-  /* A screenshot is taken where the replay stops. */
-  return !options->screenshot || options->atEnd || !isnan(options->at);
+  /* A screenshot is taken where the replay stops. Each row is a widget's worth of drawing:
+   * a hundred thousand is plenty. */
+  return (!options->screenshot || options->atEnd || !isnan(options->at)) &&
+         options->sites * options->slots <= 100000;
 }
 
 /* `name` next to the executable when it is there (an installed or copied program), otherwise
@@ -234,6 +236,7 @@ typedef struct Monitor {
   double speed;
   int paused;
   XtIntervalId timer;
+  XtWorkProcId idleTick;
   const Job* selected;
   float lastUpdate; /* the time of the last updateActiveJobs */
   char clockText[256], jobText[512];
@@ -393,18 +396,51 @@ static void advanceTo(Monitor* m, double time) {
   if (m->selected && m->selected->state != Waiting) showSelectedJob(m);
 }
 
+/* Where a step at maximum speed goes: an hour on, or to the next start or end when that is
+ * later (a trace may hold years without a job). */
+static double maxSpeedStep(const Replay* r) {
+  double next = r->nextStart < r->count ? r->jobs[r->nextStart].start : r->lastEnd;
+  if (r->runningCount) next = fmin(next, r->jobs[r->running[0]].end);
+  return fmax(r->now + MAX_SPEED_STEP, next);
+}
+
 static int replayEnded(const Monitor* m) {
   return m->replay.now >= m->replay.lastEnd;
+}
+
+static void tick(XtPointer data, XtIntervalId* id);
+
+/* At maximum speed the next step waits only for the user's input to be handled: Xt runs a
+ * timer that is due before any event, a work procedure only when no event waits. */
+static Boolean tickWhenIdle(XtPointer data) {
+  Monitor* m = data;
+  m->idleTick = 0;
+  tick(m, NULL);
+  return True;
+}
+
+static void scheduleTick(Monitor* m) {
+  if (m->paused || replayEnded(m) || m->timer || m->idleTick) return;
+  if (m->speed == MAX_SPEED)
+    m->idleTick = XtAppAddWorkProc(m->context, tickWhenIdle, m);
+  else
+    m->timer = XtAppAddTimeOut(m->context, TICK_MS, tick, m);
+}
+
+static void cancelTick(Monitor* m) {
+  if (m->timer) XtRemoveTimeOut(m->timer);
+  if (m->idleTick) XtRemoveWorkProc(m->idleTick);
+  m->timer = 0;
+  m->idleTick = 0;
 }
 
 static void tick(XtPointer data, XtIntervalId* id) {
   (void)id;
   Monitor* m = data;
   m->timer = 0;
-  const double step = m->speed == MAX_SPEED ? MAX_SPEED_STEP : m->speed * TICK_MS / 1000.0;
-  advanceTo(m, m->replay.now + step);
-  if (!m->paused && !replayEnded(m))
-    m->timer = XtAppAddTimeOut(m->context, m->speed == MAX_SPEED ? 1 : TICK_MS, tick, m);
+  advanceTo(m, m->speed == MAX_SPEED ? maxSpeedStep(&m->replay)
+                                     : m->replay.now + m->speed * TICK_MS / 1000.0);
+  scheduleTick(m);
 }
 
 /* Reads the trace, leaves out the jobs whose times are unknown, and orders them by start. */
@@ -442,6 +478,11 @@ static int loadJobs(Monitor* m) {
     if (job->end > r->lastEnd) r->lastEnd = job->end;
   }
   qsort(r->jobs, r->count, sizeof(Job), byStart);
+  if (m->trace.skippedLines || r->skipped)
+    fprintf(stderr,
+            "kestrel_job_monitor: %s: %zu lines that are no jobs and %zu jobs of unknown "
+            "submit or run time left out\n",
+            m->options.trace, m->trace.skippedLines, r->skipped);
   return 1;
 }
 
@@ -526,12 +567,10 @@ static void setPaused(Monitor* m, int paused) {
   m->paused = paused;
   XtSetSensitive(m->menus.pause, !paused);
   XtSetSensitive(m->menus.resume, paused);
-  if (paused && m->timer) {
-    XtRemoveTimeOut(m->timer);
-    m->timer = 0;
-  } else if (!paused && !m->timer && !replayEnded(m)) {
-    m->timer = XtAppAddTimeOut(m->context, TICK_MS, tick, m);
-  }
+  if (paused)
+    cancelTick(m);
+  else
+    scheduleTick(m);
   showClock(m);
 }
 
@@ -552,6 +591,8 @@ static void chooseSpeed(Widget w, XtPointer data, XtPointer call) {
   if (i < 0) return;
   m->speed = kSpeeds[i].speed;
   markChoice(m->menus.speeds, 6, i);
+  cancelTick(m);
+  scheduleTick(m);
 }
 
 static Widget addItem(Widget menu, const char* label, WidgetClass kind, const char* callback,
@@ -646,7 +687,7 @@ static void runToTheStop(Monitor* m) {
   settle(m);
   const double until = m->options.atEnd ? m->replay.lastEnd : m->options.at - m->replay.origin;
   while (m->replay.now < until && !replayEnded(m)) {
-    advanceTo(m, fmin(m->replay.now + MAX_SPEED_STEP, until));
+    advanceTo(m, fmin(maxSpeedStep(&m->replay), until));
     settle(m);
   }
 }
@@ -739,7 +780,7 @@ int main(int argc, char** argv) {
       runToTheStop(m);
       setPaused(m, 1);
     } else {
-      m->timer = XtAppAddTimeOut(m->context, TICK_MS, tick, m);
+      scheduleTick(m);
     }
     while (!XtAppGetExitFlag(m->context)) XtAppProcessEvent(m->context, XtIMAll);
   }

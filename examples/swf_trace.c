@@ -127,14 +127,14 @@ int swfRead(const char* path, SwfTrace* trace, char* error, size_t errorSize) {
     }
   }
   int errorNumber = 0;
+  /* zlib's message lives only as long as the file is open. */
   const char* readError = gzerror(file, &errorNumber);
-  gzclose(file);
-  if (!ok || errorNumber != Z_OK) {
+  const int failed = !ok || errorNumber != Z_OK;
+  if (failed)
     snprintf(error, errorSize, "cannot read %s: %s", path, ok ? readError : "out of memory");
-    swfFree(trace);
-    return -1;
-  }
-  return 0;
+  gzclose(file);
+  if (failed) swfFree(trace);
+  return failed ? -1 : 0;
 }
 
 void swfFree(SwfTrace* trace) {
