@@ -1,18 +1,17 @@
 #!/usr/bin/env bash
-# Installs what is missing, builds the library and runs the scene demo: on your display when
-# DISPLAY is set (extra arguments go to the demo), otherwise on a private Xvfb, where it leaves a
-# screenshot under build/.
+# Installs what is missing, builds the library and runs the job monitor, which replays a grid's
+# jobs on the chart: on your display when DISPLAY is set (extra arguments go to the monitor),
+# otherwise on a private Xvfb, where it writes a screenshot under build/ and says where.
+# The scene demo stays available: build/examples/kestrel_scene_demo.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 scripts/deps.sh
 cmake -S . -B build -G Ninja
 cmake --build build
-demo=build/examples/kestrel_scene_demo
+monitor=build/examples/kestrel_job_monitor
 
 if [ -n "${DISPLAY:-}" ]; then
-  # Without arguments the scene is kept in build/: File > Save writes it, the next run reads it.
-  [ $# -gt 0 ] || set -- build/scene.qel
-  exec "$demo" "$@"
+  exec "$monitor" "$@"
 fi
 
 # No display: a private server on a free display number, stopped again on the way out.
@@ -36,7 +35,9 @@ for _ in $(seq 200); do
 done
 grep -q . "$numberFile" || { echo "Xvfb did not start in time" >&2; exit 1; }
 
-screenshot=$PWD/build/scene_demo.png
-DISPLAY=":$(head -n 1 "$numberFile")" "$demo" -geometry 480x380 --charts --screenshot "$screenshot"
-echo "No DISPLAY set: the demo ran on a private Xvfb. Its windows: $screenshot and" \
-  "${screenshot%.png}-charts.png"
+# The third morning of the trace: jobs running, failed at their limit and succeeded all show.
+screenshot=$PWD/build/job_monitor.png
+DISPLAY=":$(head -n 1 "$numberFile")" "$monitor" -geometry 1000x700 --screenshot "$screenshot" \
+  --at 186180 "$@"
+echo "No DISPLAY set: the job monitor ran on a private Xvfb up to the trace time 186180 s." \
+  "Its window: $screenshot"

@@ -9,6 +9,7 @@ packages=(
   libxres-dev                                      # counting X resources in leak tests
   libgtest-dev libgmock-dev libbenchmark-dev       # tests and benchmarks
   libpng-dev                                       # screenshots and failure images
+  zlib1g-dev                                       # the job monitor reads gzipped traces
   xvfb xauth x11-utils xdotool                     # private X servers and real input
   xfonts-base xfonts-75dpi xfonts-100dpi           # the fonts the toolkit asks X for
   locales gettext                                  # translated texts, other numeric locales

@@ -379,6 +379,9 @@ void Ko_chart::setTimeUnits(KoTimeUnit unit) {
 }
 
 void Ko_chart::handleResize(QelRect& rect) {
+  // The container's own resize scales the layout of the old size: it goes first, so that the
+  // layout made here for the new size is the one that stays (not scaled a second time).
+  QelChartContainer::handleResize(rect);
   // A height below 65 wraps around on purpose: the chart keeps the layout it was given.
   uint32_t w = rect.w - 10, h = rect.h - 65;
   if (h < 50) h = 50;
@@ -396,7 +399,6 @@ void Ko_chart::handleResize(QelRect& rect) {
       timeAxisLabel->moveResize(
           QelRect(origin.x, QelClampToInt32(int64_t(origin.y) + 20), size, 20));
   }
-  QelChartContainer::handleResize(rect);
   QelRegion region(rect, 8);
   reDraw(&region);
 }

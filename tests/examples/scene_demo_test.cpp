@@ -3,15 +3,9 @@
 // its objects from their colours.
 #include <gtest/gtest.h>
 
-#include <png.h>
-#include <signal.h>
-#include <sys/prctl.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
-#include <cerrno>
-#include <chrono>
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
@@ -23,6 +17,7 @@
 
 #include "graphics/geometry.h"
 #include "tests/support/pixels.h"
+#include "tests/support/programs.h"
 #include "tests/support/waiting.h"
 #include "tests/support/x_server.h"
 
@@ -40,87 +35,6 @@ constexpr size_t kHandlePixels = 8 * 8 * 8;  // eight handles of 8 by 8
 // has just gone fails quietly (its call returns failure) instead of ending the test binary.
 int ignoreXError(Display*, XErrorEvent*) {
   return 0;
-}
-
-int waitFor(pid_t pid, int options) {
-  int status = 0;
-  pid_t got;
-  while ((got = waitpid(pid, &status, options)) < 0 && errno == EINTR) {
-  }
-  if (got <= 0) return -1;
-  return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
-}
-
-// Runs xdotool to the end; true when it succeeded.
-bool xdotool(const std::vector<std::string>& args) {
-  std::vector<char*> argv{const_cast<char*>("xdotool")};
-  for (const std::string& arg : args) argv.push_back(const_cast<char*>(arg.c_str()));
-  argv.push_back(nullptr);
-  pid_t pid = fork();
-  if (pid == 0) {
-    execvp("xdotool", argv.data());
-    _exit(127);
-  }
-  return pid > 0 && waitFor(pid, 0) == 0;
-}
-
-// The demo as a child process, in a directory of its own; killed when the object goes, and by
-// the kernel should the test binary die first.
-class DemoProcess {
- public:
-  DemoProcess(const std::vector<std::string>& args, const std::string& directory) {
-    std::vector<char*> argv{const_cast<char*>(KESTREL_SCENE_DEMO)};
-    for (const std::string& arg : args) argv.push_back(const_cast<char*>(arg.c_str()));
-    argv.push_back(nullptr);
-    _pid = fork();
-    if (_pid == 0) {
-      prctl(PR_SET_PDEATHSIG, SIGKILL);
-      if (chdir(directory.c_str()) == 0) execv(KESTREL_SCENE_DEMO, argv.data());
-      _exit(127);
-    }
-  }
-  ~DemoProcess() {
-    if (_pid <= 0) return;
-    kill(_pid, SIGKILL);
-    waitFor(_pid, 0);
-  }
-  DemoProcess(const DemoProcess&) = delete;
-  DemoProcess& operator=(const DemoProcess&) = delete;
-
-  // The exit status once the demo ends by itself; -1 when it is still running at the deadline.
-  int waitForExit() {
-    int status = -1;
-    if (!eventually([&] { return (status = waitFor(_pid, WNOHANG)) >= 0; })) return -1;
-    _pid = -1;
-    return status;
-  }
-
- private:
-  pid_t _pid = -1;
-};
-
-std::vector<Window> children(Display* x, Window window) {
-  Window root, parent, *list = nullptr;
-  unsigned count = 0;
-  if (!XQueryTree(x, window, &root, &parent, &list, &count)) return {};
-  std::vector<Window> result(list, list + count);
-  if (list) XFree(list);
-  return result;
-}
-
-bool isViewable(Display* x, Window window) {
-  XWindowAttributes attributes;
-  return XGetWindowAttributes(x, window, &attributes) && attributes.map_state == IsViewable;
-}
-
-// The window's place and size in root coordinates.
-QelRect rootGeometry(Display* x, Window window) {
-  XWindowAttributes attributes;
-  if (!XGetWindowAttributes(x, window, &attributes)) return QelRect();
-  int rootX = 0, rootY = 0;
-  Window child;
-  XTranslateCoordinates(x, window, DefaultRootWindow(x), 0, 0, &rootX, &rootY, &child);
-  return QelRect(rootX, rootY, uint32_t(attributes.width), uint32_t(attributes.height));
 }
 
 bool hasDemoClass(Display* x, Window window) {
@@ -150,18 +64,6 @@ Window findWindowNamed(Display* x, const char* title) {
   return None;
 }
 
-// The innermost window under a point of `top`.
-Window deepestAt(Display* x, Window top, int px, int py) {
-  Window current = top;
-  while (true) {
-    int cx, cy;
-    Window child = None;
-    XTranslateCoordinates(x, top, current, px, py, &cx, &cy, &child);
-    if (child == None) return current;
-    current = child;
-  }
-}
-
 size_t countIn(const Image& image, const QelRect& rect, uint32_t color) {
   size_t n = 0;
   for (int64_t y = std::max<int64_t>(rect.y, 0);
@@ -189,20 +91,6 @@ bool framedByHandles(const Image& image, const QelRect& box) {
                      QelPoint(box.x, bottom)})
     if (countIn(image, QelRect(c.x - 4, c.y - 4, 8, 8), kBlack) != 64) return false;
   return true;
-}
-
-Image readPng(const std::string& path) {
-  png_image png{};
-  png.version = PNG_IMAGE_VERSION;
-  if (!png_image_begin_read_from_file(&png, path.c_str())) return Image();
-  png.format = PNG_FORMAT_RGB;
-  std::vector<uint8_t> bytes(PNG_IMAGE_SIZE(png));
-  if (!png_image_finish_read(&png, nullptr, bytes.data(), 0, nullptr)) return Image();
-  Image image(int(png.width), int(png.height), 0);
-  for (size_t i = 0; i < image.rgb.size(); ++i)
-    image.rgb[i] =
-        uint32_t(bytes[i * 3]) << 16 | uint32_t(bytes[i * 3 + 1]) << 8 | bytes[i * 3 + 2];
-  return image;
 }
 
 std::string fileText(const std::string& path) {
@@ -250,7 +138,7 @@ class SceneDemoTest : public ::testing::Test {
   void launch(std::vector<std::string> args) {
     args.insert(args.begin(),
                 {"-geometry", std::to_string(kWidth) + "x" + std::to_string(kHeight) + "+0+0"});
-    demo = std::make_unique<DemoProcess>(args, directory);
+    demo = std::make_unique<Program>(KESTREL_SCENE_DEMO, args, directory);
     ASSERT_TRUE(eventually([&] { return (shell = findDemoShell(x)) != None; }))
         << "the demo's window never showed";
     ASSERT_TRUE(eventually([&] {
@@ -351,7 +239,7 @@ class SceneDemoTest : public ::testing::Test {
   Display* x = nullptr;
   XErrorHandler previousHandler = nullptr;
   std::string directory, sceneFile;
-  std::unique_ptr<DemoProcess> demo;
+  std::unique_ptr<Program> demo;
   Window shell = None, scene = None;
   uint32_t sky = 0, roof = 0, tree = 0;
 };
@@ -479,7 +367,8 @@ TEST_F(SceneDemoTest, WithoutAFileSaveWritesTheDefaultFileAndQuitEndsTheDemo) {
 TEST_F(SceneDemoTest, ScreenshotOptionWritesTheWindowAndExits) {
   const std::string shot = directory + "/shot.png";
   {
-    DemoProcess screenshot({"-geometry", "600x460+0+0", "--screenshot", shot}, directory);
+    Program screenshot(KESTREL_SCENE_DEMO, {"-geometry", "600x460+0+0", "--screenshot", shot},
+                       directory);
     ASSERT_EQ(screenshot.waitForExit(), 0);
   }
   ASSERT_TRUE(eventually([&] { return findDemoShell(x) == None; }));

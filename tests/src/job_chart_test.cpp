@@ -167,6 +167,29 @@ TEST_F(JobChartTest, UnitsCaptionRoundingAndTheWrappedHeight) {
   EXPECT_GT(chart->getChartArea().h, 100000000u);
 }
 
+// Regression: the container's resize used to scale the layout already made for the new size a
+// second time, pushing the time axis out of the window and the rows under the scroll bar.
+TEST_F(JobChartTest, ResizeLaysTheChartOutOnceForTheNewSize) {
+  ASSERT_NE(make({"a", "b", "c"}), nullptr);
+  for (auto [width, height] : {std::pair(1000u, 626u), std::pair(300u, 200u),
+                               std::pair(1000u, 626u), std::pair(640u, 900u)}) {
+    SCOPED_TRACE(std::to_string(width) + "x" + std::to_string(height));
+    QelRect size(0, 0, width, height);
+    chart->handleResize(size);
+    // Within the 5-pixel margins, with 60 pixels below for axis, caption and scroll bar, and
+    // the same as a chart that had this size already.
+    const QelRect area = chart->getChartArea();
+    EXPECT_LE(area.right64(), int64_t(width) - 5);
+    EXPECT_LE(area.bottom64(), int64_t(height) - 60);
+    chart->handleResize(size);
+    EXPECT_EQ(chart->getChartArea(), area);
+    QelPoint origin;
+    chart->getTimeScale()->getOrigin(origin);
+    EXPECT_EQ(chart->getScrollBar()->getRect().y, origin.y + 50);
+    EXPECT_LT(chart->getScrollBar()->getRect().bottom64(), int64_t(height));
+  }
+}
+
 TEST_F(JobChartTest, NullHandlesAndBadArgumentsAreHarmless) {
   EXPECT_EQ(chartConstructor(nullptr, nullptr, 0), nullptr);
   const char* names[] = {"a"};

@@ -83,6 +83,20 @@ Image readDrawable(Display* display, Drawable drawable, Visual* visual, Colormap
   return image;
 }
 
+Image readPng(const std::string& path) {
+  png_image png{};
+  png.version = PNG_IMAGE_VERSION;
+  if (!png_image_begin_read_from_file(&png, path.c_str())) return Image();
+  png.format = PNG_FORMAT_RGB;
+  std::vector<uint8_t> bytes(PNG_IMAGE_SIZE(png));
+  if (!png_image_finish_read(&png, nullptr, bytes.data(), 0, nullptr)) return Image();
+  Image image(int(png.width), int(png.height), 0);
+  for (size_t i = 0; i < image.rgb.size(); ++i)
+    image.rgb[i] =
+        uint32_t(bytes[i * 3]) << 16 | uint32_t(bytes[i * 3 + 1]) << 8 | bytes[i * 3 + 2];
+  return image;
+}
+
 bool writePng(const Image& image, const std::string& path) {
   FILE* file = std::fopen(path.c_str(), "wb");
   if (!file) return false;

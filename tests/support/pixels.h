@@ -41,6 +41,8 @@ QelRect extentOf(const Image& image, uint32_t colour, const Image* mask = nullpt
 
 // Writes an 8-bit RGB PNG; returns false when the file cannot be written.
 bool writePng(const Image& image, const std::string& path);
+// Reads a PNG file as RGB; an empty image when it cannot be read.
+Image readPng(const std::string& path);
 
 // Where tests leave their failure images (created on demand, inside the build tree).
 std::string outputDirectory();

@@ -1,0 +1,148 @@
+// The workload trace reader: header partitions and start time, unknown fields, the jobs killed
+// at their limit, and lines that are no jobs, in plain and gzip files alike.
+#include <gtest/gtest.h>
+#include <unistd.h>
+#include <zlib.h>
+
+#include <filesystem>
+#include <fstream>
+#include <string>
+
+#include "examples/swf_trace.h"
+
+namespace kestrel::test {
+namespace {
+
+// Eighteen fields: number, submit, wait, run, processors, CPU time, memory, requested
+// processors, requested time, requested memory, status, user, group, executable, queue,
+// partition, preceding job, think time.
+const char* kTrace =
+    "; Version: 2.2\n"
+    "; UnixStartTime: 1132444805\n"
+    "; Partition:  1 grid.ici.ro                \n"
+    "; Partition: 170 lcg-lrz-ce.lrz-muenchen.de\n"
+    "; Partition: x not-a-number.example\n"
+    ";\n"
+    "     1   0  -1    83 1 -1 -1 -1  1200 -1 -1 1 1 -1 -1   1 -1 -1\n"
+    "     2   3  25  3611 1 -1 -1 -1  3611 -1 -1 2 2 -1 -1 170 -1 -1\r\n"
+    "\n"
+    "     3  12  -1  9000 1 -1 -1 -1  1200 -1 -1 1 1 -1 -1   7 -1 -1\n"
+    "     4  14  -1    -1 1 -1 -1 -1    -1 -1 -1 2 2 -1 -1  -1 -1 -1\n"
+    "     5  20  -1   969 1 -1 -1 -1  1200 -1 -1 3 3 -1 -1\n"            // too few fields
+    "     6  21  -1   abc 1 -1 -1 -1  1200 -1 -1 3 3 -1 -1   1 -1 -1\n"  // not a number
+    "     7  22  -5    10 1 -1 -1 -1  1200 -1 -1 3 3 -1 -1   1 -1 -1\n"  // negative, not -1
+    "     8  99999999999999999999 -1 10 1 -1 -1 -1 1200 -1 -1 3 3 -1 -1 1 -1 -1\n"
+    "     9  30  -1    40 1 -1 -1 -1    50 -1 -1 1 1 -1 -1   1 -1 -1";  // no final newline
+
+class SwfTraceTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    directory =
+        std::filesystem::temp_directory_path() / ("kestrel-swf-" + std::to_string(getpid()));
+    std::filesystem::create_directories(directory);
+  }
+  void TearDown() override { std::filesystem::remove_all(directory); }
+
+  std::string plainFile(const std::string& text, const char* name = "trace.swf") {
+    std::string path = directory / name;
+    std::ofstream(path, std::ios::binary) << text;
+    return path;
+  }
+  std::string gzipFile(const std::string& text) {
+    std::string path = directory / "trace.swf.gz";
+    gzFile file = gzopen(path.c_str(), "wb");
+    gzwrite(file, text.data(), unsigned(text.size()));
+    gzclose(file);
+    return path;
+  }
+
+  std::filesystem::path directory;
+};
+
+TEST_F(SwfTraceTest, ReadsJobsAndHeaderFromPlainAndGzipFiles) {
+  struct Expected {
+    long number, submit, wait, run, requested, partition;
+    bool killed;
+  };
+  const Expected expected[] = {
+      {1, 0, 0, 83, 1200, 1, false},      // an unknown wait is no wait
+      {2, 3, 25, 3611, 3611, 170, true},  // ran up to its limit; a CR before the newline
+      {3, 12, 0, 9000, 1200, 7, true},    // ran past its limit; a partition the header lacks
+      {4, 14, 0, -1, -1, -1, false},      // unknown run and requested time
+      {9, 30, 0, 40, 50, 1, false},       // the last line, without a newline
+  };
+  for (bool gzip : {false, true}) {
+    SCOPED_TRACE(gzip ? "gzip" : "plain");
+    SwfTrace trace;
+    char error[256] = "";
+    ASSERT_EQ(
+        swfRead((gzip ? gzipFile(kTrace) : plainFile(kTrace)).c_str(), &trace, error, sizeof error),
+        0)
+        << error;
+    EXPECT_EQ(trace.unixStartTime, 1132444805);
+    EXPECT_EQ(trace.skippedLines, 4u);
+    ASSERT_EQ(trace.jobCount, std::size(expected));
+    for (size_t i = 0; i < trace.jobCount; ++i) {
+      const SwfJob& job = trace.jobs[i];
+      const Expected& e = expected[i];
+      SCOPED_TRACE(e.number);
+      EXPECT_EQ(job.number, e.number);
+      EXPECT_EQ(job.submit, e.submit);
+      EXPECT_EQ(job.wait, e.wait);
+      EXPECT_EQ(swfStart(&job), e.submit + e.wait);
+      EXPECT_EQ(job.run, e.run);
+      EXPECT_EQ(job.requested, e.requested);
+      EXPECT_EQ(job.partition, e.partition);
+      EXPECT_EQ(swfKilledAtLimit(&job) != 0, e.killed);
+    }
+    EXPECT_STREQ(swfPartitionName(&trace, 1), "grid.ici.ro");
+    EXPECT_STREQ(swfPartitionName(&trace, 170), "lcg-lrz-ce.lrz-muenchen.de");
+    EXPECT_EQ(swfPartitionName(&trace, 7), nullptr);
+    EXPECT_EQ(trace.partitionCount, 2u);
+    swfFree(&trace);
+  }
+}
+
+TEST_F(SwfTraceTest, FilesThatCannotBeReadGiveAnEmptyTraceAndAReason) {
+  const std::string complete = gzipFile(std::string(kTrace) + "\n");
+  std::string bytes;
+  {
+    std::ifstream in(complete, std::ios::binary);
+    bytes.assign(std::istreambuf_iterator<char>(in), {});
+  }
+  const std::string truncated = directory / "truncated.swf.gz";
+  std::ofstream(truncated, std::ios::binary) << bytes.substr(0, bytes.size() / 2);
+  const std::string longLine = plainFile(std::string(10000, '7') + "\n" +
+                                         "1 0 -1 5 1 -1 -1 -1 10 -1 -1 1 1 -1 -1 1 -1 -1\n");
+  struct Case {
+    const char* name;
+    std::string path;
+    int result;
+    size_t jobs, skipped;
+  };
+  const Case cases[] = {
+      {"missing", (directory / "none.swf").string(), -1, 0, 0},
+      {"truncated gzip", truncated, -1, 0, 0},
+      {"a line longer than any job line", longLine, 0, 1, 1},
+      {"empty", plainFile("", "empty.swf"), 0, 0, 0},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.name);
+    SwfTrace trace;
+    char error[256] = "";
+    EXPECT_EQ(swfRead(c.path.c_str(), &trace, error, sizeof error), c.result);
+    EXPECT_EQ(trace.jobCount, c.jobs);
+    EXPECT_EQ(trace.skippedLines, c.skipped);
+    if (c.result != 0) {
+      EXPECT_NE(std::string(error).find(c.path), std::string::npos) << error;
+      EXPECT_EQ(trace.jobs, nullptr);
+    }
+    swfFree(&trace);
+  }
+  SwfTrace trace;
+  char error[64];
+  EXPECT_EQ(swfRead(nullptr, &trace, error, sizeof error), -1);
+}
+
+}  // namespace
+}  // namespace kestrel::test
