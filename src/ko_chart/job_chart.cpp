@@ -10,6 +10,7 @@
 #include <cstring>
 #include <new>
 
+#include "base/messages.h"
 #include "charts/scale.h"
 #include "display/display.h"
 #include "display/palette.h"
@@ -36,6 +37,14 @@ float truncated(float v) {
 int32_t toBar(float v) {
   if (!(v == v)) return 0;
   return int32_t(std::fmax(std::fmin(std::trunc(v), 2147483520.0f), -2147483520.0f));
+}
+
+// A time the window cannot be placed at (not a number, or infinite): the host is told which call
+// and why, and the call changes nothing.
+bool refused(const char* call, float time) {
+  if (std::isfinite(time)) return false;
+  QelWarning("Ko_chart::%s: time %g is not a finite number", call, double(time));
+  return true;
 }
 
 constexpr QelPosition kBothDirections = QelPosition(QelHorizontal | QelVertical);
@@ -205,6 +214,12 @@ void Ko_chart::updateScaleLabels(QelPosition) const {
 }
 
 void Ko_chart::scrollToTime(float time) {
+  if (refused("scrollToTime", time)) return;
+  if (!std::isfinite(time + viewableTime)) {
+    QelWarning("Ko_chart::scrollToTime: time %g puts the window's end beyond every time",
+               double(time));
+    return;
+  }
   startTime = time;
   endTime = time + viewableTime;
   float xMin = startTime * xScaleFactor, xMax = endTime * xScaleFactor;
@@ -218,6 +233,7 @@ void Ko_chart::setScrollBar(float end) {
 }
 
 void Ko_chart::setElapsedTime(float time) {
+  if (refused("setElapsedTime", time)) return;
   const int32_t v = toBar(viewableTime);
   elapsedTime = time;
   const float end = std::fmax(time, viewableTime);
@@ -237,7 +253,13 @@ void Ko_chart::setElapsedTime(float time) {
 }
 
 void Ko_chart::setViewableTime(float width) {
-  if (width == 0.0f) width = elapsedTime;
+  if (refused("setViewableTime", width)) return;
+  if (width < 0) {
+    QelWarning("Ko_chart::setViewableTime: width %g is negative", double(width));
+    return;
+  }
+  // All the elapsed time; none elapsed yet (or a clock that went below zero) is one axis unit.
+  if (width == 0.0f) width = std::fmax(elapsedTime, 0.0f);
   if (truncated(width * xScaleFactor) == 0.0f) width = 1.0f / xScaleFactor;
   viewableTime = width;
   const float end = std::fmax(elapsedTime, width);
@@ -251,7 +273,7 @@ void Ko_chart::scrolled(QelGraphic* bar, void* data) {
 }
 
 int32_t Ko_chart::startJobTracking(const char* name, float start, void* userData) {
-  if (!name || !timeLines) return -1;
+  if (!name || !timeLines || refused("startJobTracking", start)) return -1;
   for (int32_t i = 0; i < numTimeLines; ++i)
     if (timeLines[i] && timeLines[i]->startJob(name, start, userData, interactor)) return i;
   return -1;
@@ -269,6 +291,7 @@ void Ko_chart::stopJobTracking(int32_t jobID, int32_t failed) {
 }
 
 void Ko_chart::updateActiveJobs(float now) {
+  if (refused("updateActiveJobs", now)) return;
   for (int32_t i = 0; timeLines && i < numTimeLines; ++i)
     if (timeLines[i]) timeLines[i]->updateActiveJobProgress(now);
   reDraw();
