@@ -146,12 +146,18 @@ Ko_chart::Ko_chart(Widget host, char** names, int32_t count, QelDisplay* chartDi
   QelRect size(0, 0, width, height);
   handleResize(size);
   // The drawing area fills the host, whatever size the host is given later.
-  if (host) XtAddEventHandler(host, StructureNotifyMask, False, hostResized, this);
+  if (host) {
+    XtAddEventHandler(host, StructureNotifyMask, False, hostResized, this);
+    XtAddCallback(host, XmNdestroyCallback, hostDestroyed, this);
+  }
   if (wasManaged) XtManageChild(host);
 }
 
 Ko_chart::~Ko_chart() {
-  if (host) XtRemoveEventHandler(host, StructureNotifyMask, False, hostResized, this);
+  if (host) {
+    XtRemoveEventHandler(host, StructureNotifyMask, False, hostResized, this);
+    XtRemoveCallback(host, XmNdestroyCallback, hostDestroyed, this);
+  }
   for (int32_t i = 0; yAxisLabels && i < numYAxisLabels; ++i) std::free(yAxisLabels[i]);
   for (int32_t i = 0; timeLines && i < numTimeLines; ++i) delete timeLines[i];
   std::free(yAxisLabels);
@@ -161,6 +167,13 @@ Ko_chart::~Ko_chart() {
 
 void Ko_chart::hostResized(Widget, XtPointer data, XEvent* event, Boolean*) {
   if (event->type == ConfigureNotify) static_cast<Ko_chart*>(data)->fitToHost();
+}
+
+void Ko_chart::hostDestroyed(Widget, XtPointer data, XtPointer) {
+  // Neither widget may be touched again; the chart itself lives on until chartDestructor.
+  auto* chart = static_cast<Ko_chart*>(data);
+  chart->host = nullptr;
+  chart->systemView = nullptr;
 }
 
 void Ko_chart::fitToHost() {

@@ -87,6 +87,8 @@ class Ko_chart : public QelChartContainer {
  private:
   static void scrolled(QelGraphic* bar, void* chart);
   static void hostResized(Widget host, XtPointer chart, XEvent* event, Boolean*);
+  // The host destroyed its widget (and with it the drawing area) before the chart.
+  static void hostDestroyed(Widget host, XtPointer chart, XtPointer);
   // Gives the drawing area the host's size (the view's resize then lays the chart out).
   void fitToHost();
   // The scroll bar's range, value and slider for the window, from 0 to `end`.
