@@ -29,12 +29,7 @@ KESTREL_EXPORT void* chartConstructor(Widget host, char** names, int count) {
 }
 
 KESTREL_EXPORT void chartDestructor(void* handle) {
-  Ko_chart* chart = chartOf(handle);
-  if (!chart) return;
-  // The display outlives everything made on it: it goes last, leaving the host's connection.
-  QelDisplay* display = chart->getChartDisplay();
-  delete chart;
-  delete display;
+  Ko_chart::destroy(chartOf(handle));
 }
 
 KESTREL_EXPORT void scrollToTime(void* handle, float time) {

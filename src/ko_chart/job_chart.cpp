@@ -165,6 +165,25 @@ Ko_chart::~Ko_chart() {
   delete interactor;
 }
 
+void Ko_chart::destroy(Ko_chart* chart) {
+  if (!chart) return;
+  if (chart->handlingInput) {
+    chart->destroyWhenDone = true;
+    return;
+  }
+  // The display outlives everything made on it: it goes last, leaving the host's connection.
+  QelDisplay* chartDisplay = chart->display;
+  delete chart;
+  delete chartDisplay;
+}
+
+void Ko_chart::callInput(QelEvent& event) {
+  // The container and the view still use the chart after the interactor called the host.
+  ++handlingInput;
+  QelChartContainer::callInput(event);
+  if (--handlingInput == 0 && destroyWhenDone) destroy(this);
+}
+
 void Ko_chart::hostResized(Widget, XtPointer data, XEvent* event, Boolean*) {
   if (event->type == ConfigureNotify) static_cast<Ko_chart*>(data)->fitToHost();
 }

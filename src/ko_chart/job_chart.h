@@ -40,6 +40,9 @@ class Ko_chart : public QelChartContainer {
   // can be used before anything is built on it).
   Ko_chart(Widget host, char** names, int32_t count, QelDisplay* display);
   ~Ko_chart() override;
+  // Destroys the chart and then its display. Asked from inside the host's callback (a click is
+  // being handled), it is done as soon as the handling of that click returns.
+  static void destroy(Ko_chart* chart);
 
   void setYaxisLabels(char** names);
   void setElapsedTime(float time);
@@ -56,6 +59,7 @@ class Ko_chart : public QelChartContainer {
   void handleResize(QelRect& rect) override;
   void updateScaleLabels(QelPosition position) const override;
   void validate(float& xMin, float& xMax, float& yMin, float& yMax) override;
+  void callInput(QelEvent& event) override;
 
   KoUserCallback userCallback = nullptr;
 
@@ -114,4 +118,8 @@ class Ko_chart : public QelChartContainer {
   KoTimeUnit timeUnits = KoSeconds;
   float xScaleFactor = 1.0f;
   Widget host = nullptr;
+  // Input being handled (nested when the host's callback runs a loop of its own), and whether the
+  // host asked meanwhile for the chart to go.
+  int32_t handlingInput = 0;
+  bool destroyWhenDone = false;
 };
