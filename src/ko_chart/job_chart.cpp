@@ -306,6 +306,9 @@ void Ko_chart::scrolled(QelGraphic* bar, void* data) {
 
 int32_t Ko_chart::startJobTracking(const char* name, float start, void* userData) {
   if (!name || !timeLines || refused("startJobTracking", start)) return -1;
+  // New segments take the rows' shared factor: it must be this chart's unit, whatever unit
+  // another chart (or this one's predecessor) set last.
+  Ko_timeline::xScaleFactor = xScaleFactor;
   for (int32_t i = 0; i < numTimeLines; ++i)
     if (timeLines[i] && timeLines[i]->startJob(name, start, userData, interactor)) return i;
   return -1;
