@@ -125,6 +125,9 @@ void check() {
     bool running = last && last->getCurrentPalette() == Ko_timeline_segment::jobInProgressPalette;
     if (row->isActive() && !running) broken("busy row without a running last job");
     if (!row->isActive() && running) broken("free row whose last job still runs");
+    for (int32_t j = 0; j < row->getSegments()->getCount(); ++j)
+      if (row->getSegments()->at(j)->getXScaleFactor() != chart->getXScaleFactor())
+        broken("job drawn in another unit than the axis");
   }
   QelScrollBar* bar = chart->getScrollBar();
   if (bar->getMin() > bar->getValue() || bar->getSliderSize() < 1 ||
