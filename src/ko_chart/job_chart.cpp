@@ -358,6 +358,10 @@ void Ko_chart::setTimeUnits(KoTimeUnit unit) {
 }
 
 void Ko_chart::handleResize(QelRect& rect) {
+  // The container's own resize first (double buffer, stored size): it rescales the chart area
+  // by the ratio of the sizes, which the chart's own layout below then replaces. The other way
+  // round the ratio would apply on top of the layout, and every resize would drift further.
+  QelChartContainer::handleResize(rect);
   // A height below 65 wraps around on purpose: the chart keeps the layout it was given.
   uint32_t w = rect.w - 10, h = rect.h - 65;
   if (h < 50) h = 50;
@@ -375,7 +379,6 @@ void Ko_chart::handleResize(QelRect& rect) {
       timeAxisLabel->moveResize(
           QelRect(origin.x, QelClampToInt32(int64_t(origin.y) + 20), size, 20));
   }
-  QelChartContainer::handleResize(rect);
   QelRegion region(rect, 8);
   reDraw(&region);
 }
