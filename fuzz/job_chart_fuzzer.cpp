@@ -60,6 +60,10 @@ class Input {
   Input(const uint8_t* data, size_t size) : _data(data), _size(size) {}
   bool more() const { return _at < _size; }
   uint8_t byte() { return _at < _size ? _data[_at++] : 0; }
+  uint16_t half() {
+    uint16_t high = byte();
+    return uint16_t(high << 8 | byte());
+  }
   uint32_t word() {
     uint32_t w = 0;
     for (int i = 0; i < 4; ++i) w = w << 8 | byte();
@@ -156,12 +160,14 @@ int32_t start(const std::string& name, float when) {
 void* hostCallback(void* data) {
   if (!chart || !input) return data;
   switch (callbackKind) {
-    case 1:
-      stopJobTracking(chart, int(input->byte() % 8), input->byte() & 1);
-      break;
-    case 2:
-      startJobTracking(chart, input->name().c_str(), input->time(), nullptr);
-      break;
+    case 1: {
+      int id = input->byte() % 8;
+      stopJobTracking(chart, id, input->byte() & 1);
+    } break;
+    case 2: {
+      std::string name = input->name();
+      startJobTracking(chart, name.c_str(), input->time(), nullptr);
+    } break;
     case 3:
       setTimeUnits(chart, KoTimeUnit(input->byte() % 4));
       break;
@@ -180,6 +186,17 @@ void pump(Display* x) {
   XtAppContext context = XtDisplayToApplicationContext(x);
   XSync(x, False);
   for (int n = 0; n < 1000 && XtAppPending(context); ++n) XtAppProcessEvent(context, XtIMAll);
+}
+
+void make(Input& in) {
+  std::vector<std::string> names(in.byte() % 9);
+  for (auto& name : names) name = in.name();
+  std::vector<char*> pointers;
+  for (auto& name : names) pointers.push_back(name.data());
+  chart = static_cast<Ko_chart*>(
+      chartConstructor(session().host->board(), pointers.data(), int(pointers.size())));
+  if (!chart) std::abort();
+  check();
 }
 
 void click(Display* x, int16_t px, int16_t py, unsigned button, Time& when) {
@@ -215,18 +232,11 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   input = &in;
   callbackKind = 0;
 
-  std::vector<std::string> names(in.byte() % 9);
-  for (auto& name : names) name = in.name();
-  std::vector<char*> pointers;
-  for (auto& name : names) pointers.push_back(name.data());
-  XtVaSetValues(s.host->board(), XmNwidth, Dimension(400), XmNheight, Dimension(300), nullptr);
-  chart = static_cast<Ko_chart*>(
-      chartConstructor(s.host->board(), pointers.data(), int(pointers.size())));
-  if (!chart) std::abort();
+  XtVaSetValues(s.host->shell(), XmNwidth, Dimension(400), XmNheight, Dimension(300), nullptr);
+  make(in);
   Time when = 1;
-  check();
   while (chart && in.more()) {
-    switch (in.byte() % 13) {
+    switch (in.byte() % 14) {
       case 0:
         scrollToTime(chart, in.time());
         break;
@@ -239,13 +249,14 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
       case 3:
         getElapsedTime(chart);
         break;
-      case 4:
-        start(in.name(), in.time());
-        break;
-      case 5:
-        stopJobTracking(chart, in.byte() < 200 ? int(in.byte() % 10) - 1 : int(in.word()),
-                        int(in.word()));
-        break;
+      case 4: {
+        std::string name = in.name();
+        start(name, in.time());
+      } break;
+      case 5: {
+        int id = in.byte() < 200 ? int(in.byte() % 10) - 1 : int(in.word());
+        stopJobTracking(chart, id, int(in.word()));
+      } break;
       case 6:
         updateActiveJobs(chart, in.time());
         break;
@@ -260,28 +271,46 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         setTimeUnits(chart, KoTimeUnit(int(in.word())));
         break;
       case 10: {
-        uint16_t w = uint16_t(in.byte() << 8 | in.byte()), h = uint16_t(in.byte() << 8 | in.byte());
-        XtVaSetValues(s.host->board(), XmNwidth, Dimension(w ? w : 1), XmNheight,
-                      Dimension(h ? h : 1), nullptr);
+        // Up to 2048 pixels, or more than a pixmap may have (the double buffer then fails at
+        // once): sizes between would have the server fill gigabytes for every input.
+        auto side = [&] {
+          uint16_t v = in.half();
+          return Dimension(v > 2048 && v <= 32767 ? v % 2048 + 1 : v ? v : 1);
+        };
+        Dimension w = side(), h = side();
+        XtVaSetValues(s.host->shell(), XmNwidth, w, XmNheight, h, nullptr);
         pump(x);
         break;
       }
       case 11: {
         // Mostly inside the window, where the jobs are; sometimes anywhere a 16-bit event reaches.
         int16_t px, py;
-        if (in.byte() < 192) {
+        uint8_t aim = in.byte();
+        Ko_timeline* row = chart->getTimeLine(aim % 8);
+        Ko_timeline_segment* job = row ? row->getSegments()->last() : nullptr;
+        if (aim < 96 && job) {  // on a job, where the user would click it
+          QelRect box;
+          job->boundingBox(box, chart->getTransformer());
+          px = int16_t(QelClampToInt32(int64_t(box.x) + box.w / 2));
+          py = int16_t(QelClampToInt32(int64_t(box.y) + box.h / 2));
+        } else if (aim < 192) {
           px = int16_t(in.byte() * 3);
-          py = int16_t(in.byte() * 2);
+          py = int16_t(in.byte() * 2);  // (each a statement: the order the bytes are read in)
         } else {
-          px = int16_t(in.byte() << 8 | in.byte());
-          py = int16_t(in.byte() << 8 | in.byte());
+          px = int16_t(in.half());
+          py = int16_t(in.half());
         }
         when += in.byte() < 128 ? 100 : 5000;  // quick ones make double clicks
-        click(x, px, py, 1 + in.byte() % 3, when);
+        unsigned button = 1 + in.byte() % 3;
+        click(x, px, py, button, when);
         break;
       }
-      default:
+      case 12:
         pump(x);
+        break;
+      default:  // the host replaces its chart: what one chart left behind must not touch the next
+        chartDestructor(chart);
+        make(in);
         break;
     }
     check();
