@@ -2,6 +2,7 @@
 // thrown across them; a null handle is answered as documented in kestrel.h.
 #include <new>
 
+#include "base/messages.h"
 #include "display/display.h"
 #include "kestrel.h"
 #include "src/ko_chart/job_chart.h"
@@ -10,6 +11,9 @@
 
 namespace {
 
+// The job axis labels its rows and both margins with a 16-bit count.
+constexpr int kMostRows = 65535 - 2;
+
 Ko_chart* chartOf(void* handle) {
   return static_cast<Ko_chart*>(handle);
 }
@@ -17,7 +21,18 @@ Ko_chart* chartOf(void* handle) {
 }  // namespace
 
 KESTREL_EXPORT void* chartConstructor(Widget host, char** names, int count) {
-  if (!host || count < 0 || (!names && count > 0)) return nullptr;
+  if (!host) {
+    QelWarning("chartConstructor: no host widget");
+    return nullptr;
+  }
+  if (count < 0 || count > kMostRows) {
+    QelWarning("chartConstructor: %d rows: a chart has 0 to %d", count, kMostRows);
+    return nullptr;
+  }
+  if (!names && count > 0) {
+    QelWarning("chartConstructor: no names for %d rows", count);
+    return nullptr;
+  }
   QelDisplay* display = Ko_chart::openDisplay(host);
   if (!display || !display->getXDisplay()) {
     delete display;
@@ -29,12 +44,7 @@ KESTREL_EXPORT void* chartConstructor(Widget host, char** names, int count) {
 }
 
 KESTREL_EXPORT void chartDestructor(void* handle) {
-  Ko_chart* chart = chartOf(handle);
-  if (!chart) return;
-  // The display outlives everything made on it: it goes last, leaving the host's connection.
-  QelDisplay* display = chart->getChartDisplay();
-  delete chart;
-  delete display;
+  Ko_chart::destroy(chartOf(handle));
 }
 
 KESTREL_EXPORT void scrollToTime(void* handle, float time) {

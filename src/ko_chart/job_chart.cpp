@@ -10,6 +10,7 @@
 #include <cstring>
 #include <new>
 
+#include "base/messages.h"
 #include "charts/scale.h"
 #include "display/display.h"
 #include "display/palette.h"
@@ -36,6 +37,14 @@ float truncated(float v) {
 int32_t toBar(float v) {
   if (!(v == v)) return 0;
   return int32_t(std::fmax(std::fmin(std::trunc(v), 2147483520.0f), -2147483520.0f));
+}
+
+// A time the window cannot be placed at (not a number, or infinite): the host is told which call
+// and why, and the call changes nothing.
+bool refused(const char* call, float time) {
+  if (std::isfinite(time)) return false;
+  QelWarning("Ko_chart::%s: time %g is not a finite number", call, double(time));
+  return true;
 }
 
 constexpr QelPosition kBothDirections = QelPosition(QelHorizontal | QelVertical);
@@ -142,12 +151,18 @@ Ko_chart::Ko_chart(Widget host, char** names, int32_t count, QelDisplay* chartDi
   QelRect size(0, 0, width, height);
   handleResize(size);
   // The drawing area fills the host, whatever size the host is given later.
-  if (host) XtAddEventHandler(host, StructureNotifyMask, False, hostResized, this);
+  if (host) {
+    XtAddEventHandler(host, StructureNotifyMask, False, hostResized, this);
+    XtAddCallback(host, XmNdestroyCallback, hostDestroyed, this);
+  }
   if (wasManaged) XtManageChild(host);
 }
 
 Ko_chart::~Ko_chart() {
-  if (host) XtRemoveEventHandler(host, StructureNotifyMask, False, hostResized, this);
+  if (host) {
+    XtRemoveEventHandler(host, StructureNotifyMask, False, hostResized, this);
+    XtRemoveCallback(host, XmNdestroyCallback, hostDestroyed, this);
+  }
   for (int32_t i = 0; yAxisLabels && i < numYAxisLabels; ++i) std::free(yAxisLabels[i]);
   for (int32_t i = 0; timeLines && i < numTimeLines; ++i) delete timeLines[i];
   std::free(yAxisLabels);
@@ -155,8 +170,34 @@ Ko_chart::~Ko_chart() {
   delete interactor;
 }
 
+void Ko_chart::destroy(Ko_chart* chart) {
+  if (!chart) return;
+  if (chart->handlingInput) {
+    chart->destroyWhenDone = true;
+    return;
+  }
+  // The display outlives everything made on it: it goes last, leaving the host's connection.
+  QelDisplay* chartDisplay = chart->display;
+  delete chart;
+  delete chartDisplay;
+}
+
+void Ko_chart::callInput(QelEvent& event) {
+  // The container and the view still use the chart after the interactor called the host.
+  ++handlingInput;
+  QelChartContainer::callInput(event);
+  if (--handlingInput == 0 && destroyWhenDone) destroy(this);
+}
+
 void Ko_chart::hostResized(Widget, XtPointer data, XEvent* event, Boolean*) {
   if (event->type == ConfigureNotify) static_cast<Ko_chart*>(data)->fitToHost();
+}
+
+void Ko_chart::hostDestroyed(Widget, XtPointer data, XtPointer) {
+  // Neither widget may be touched again; the chart itself lives on until chartDestructor.
+  auto* chart = static_cast<Ko_chart*>(data);
+  chart->host = nullptr;
+  chart->systemView = nullptr;
 }
 
 void Ko_chart::fitToHost() {
@@ -210,6 +251,12 @@ void Ko_chart::updateScaleLabels(QelPosition) const {
 }
 
 void Ko_chart::scrollToTime(float time) {
+  if (refused("scrollToTime", time)) return;
+  if (!std::isfinite(time + viewableTime)) {
+    QelWarning("Ko_chart::scrollToTime: time %g puts the window's end beyond every time",
+               double(time));
+    return;
+  }
   startTime = time;
   endTime = time + viewableTime;
   float xMin = startTime * xScaleFactor, xMax = endTime * xScaleFactor;
@@ -223,6 +270,7 @@ void Ko_chart::setScrollBar(float end) {
 }
 
 void Ko_chart::setElapsedTime(float time) {
+  if (refused("setElapsedTime", time)) return;
   const int32_t v = toBar(viewableTime);
   elapsedTime = time;
   const float end = std::fmax(time, viewableTime);
@@ -242,7 +290,13 @@ void Ko_chart::setElapsedTime(float time) {
 }
 
 void Ko_chart::setViewableTime(float width) {
-  if (width == 0.0f) width = elapsedTime;
+  if (refused("setViewableTime", width)) return;
+  if (width < 0) {
+    QelWarning("Ko_chart::setViewableTime: width %g is negative", double(width));
+    return;
+  }
+  // All the elapsed time; none elapsed yet (or a clock that went below zero) is one axis unit.
+  if (width == 0.0f) width = std::fmax(elapsedTime, 0.0f);
   if (truncated(width * xScaleFactor) == 0.0f) width = 1.0f / xScaleFactor;
   viewableTime = width;
   const float end = std::fmax(elapsedTime, width);
@@ -256,7 +310,10 @@ void Ko_chart::scrolled(QelGraphic* bar, void* data) {
 }
 
 int32_t Ko_chart::startJobTracking(const char* name, float start, void* userData) {
-  if (!name || !timeLines) return -1;
+  if (!name || !timeLines || refused("startJobTracking", start)) return -1;
+  // New segments take the rows' shared factor: it must be this chart's unit, whatever unit
+  // another chart (or this one's predecessor) set last.
+  Ko_timeline::xScaleFactor = xScaleFactor;
   for (int32_t i = 0; i < numTimeLines; ++i)
     if (timeLines[i] && timeLines[i]->startJob(name, start, userData, interactor)) return i;
   return -1;
@@ -290,6 +347,7 @@ void Ko_chart::stopJobTracking(int32_t jobID, int32_t failed) {
 }
 
 void Ko_chart::updateActiveJobs(float now) {
+  if (refused("updateActiveJobs", now)) return;
   for (int32_t i = 0; timeLines && i < numTimeLines; ++i) {
     Ko_timeline* row = timeLines[i];
     if (!row) continue;

@@ -40,6 +40,9 @@ class Ko_chart : public QelChartContainer {
   // can be used before anything is built on it).
   Ko_chart(Widget host, char** names, int32_t count, QelDisplay* display);
   ~Ko_chart() override;
+  // Destroys the chart and then its display. Asked from inside the host's callback (a click is
+  // being handled), it is done as soon as the handling of that click returns.
+  static void destroy(Ko_chart* chart);
 
   void setYaxisLabels(char** names);
   void setElapsedTime(float time);
@@ -61,6 +64,7 @@ class Ko_chart : public QelChartContainer {
   void sceneChanged() { painted = false; }
   void updateScaleLabels(QelPosition position) const override;
   void validate(float& xMin, float& xMax, float& yMin, float& yMax) override;
+  void callInput(QelEvent& event) override;
 
   KoUserCallback userCallback = nullptr;
 
@@ -92,6 +96,8 @@ class Ko_chart : public QelChartContainer {
  private:
   static void scrolled(QelGraphic* bar, void* chart);
   static void hostResized(Widget host, XtPointer chart, XEvent* event, Boolean*);
+  // The host destroyed its widget (and with it the drawing area) before the chart.
+  static void hostDestroyed(Widget host, XtPointer chart, XtPointer);
   // Gives the drawing area the host's size (the view's resize then lays the chart out).
   void fitToHost();
   // The scroll bar's range, value and slider for the window, from 0 to `end`.
@@ -134,4 +140,8 @@ class Ko_chart : public QelChartContainer {
   SceneKey paintedKey{};
   QelRect growth;
   bool grown = false;
+  // Input being handled (nested when the host's callback runs a loop of its own), and whether the
+  // host asked meanwhile for the chart to go.
+  int32_t handlingInput = 0;
+  bool destroyWhenDone = false;
 };

@@ -34,6 +34,7 @@ class XServer {
 
  private:
   pid_t _pid = -1;
+  pid_t _owner = -1;  // the process that started it: a forked child never stops it
   std::string _displayName;
 };
 
