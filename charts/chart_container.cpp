@@ -483,6 +483,7 @@ void QelChartContainer::addChart(QelAbstractChart* chart, int redraw) {
   int index = lastChart ? getIndex(lastChart) + 1 : 0;
   manageChart(chart, -1);
   insertObject(chart, index);
+  if (_runValid) _run.push_back(chart);
   if (legend) addToLegend(chart, 0);
   if (redraw) reDrawObj(chart);
 }
@@ -492,6 +493,7 @@ void QelChartContainer::insertChart(QelAbstractChart* chart, int redraw) {
   int index = firstChart ? getIndex(firstChart) : 0;
   manageChart(chart, 0);
   insertObject(chart, index);
+  _runValid = false;
   if (legend) addToLegend(chart, 0);
   if (redraw) reDrawObj(chart);
 }
@@ -504,6 +506,7 @@ void QelChartContainer::pushChart(QelAbstractChart* chart, int redraw) {
   removeObject(chart, 0);
   insertObject(chart, to);
   firstChart = chart;
+  _runValid = false;
   if (redraw) reDrawObj(chart);
 }
 
@@ -516,6 +519,7 @@ void QelChartContainer::popChart(QelAbstractChart* chart, int redraw) {
   removeObject(chart, 0);
   insertObject(chart, to + 1 > int(getCardinal()) ? -1 : to);
   lastChart = chart;
+  _runValid = false;
   if (redraw) reDrawObj(chart);
 }
 
@@ -758,7 +762,7 @@ void QelChartContainer::drawAll(QelPort* port, const QelRegion& region, const Qe
   const int first = firstChart ? getIndex(firstChart) : int(getCardinal());
   const int end = lastChart ? getIndex(lastChart) + 1 : first;
   drawObjects(port, region, clip, 0, first);
-  if (!drawIndexedCharts(port, region, clip)) drawObjects(port, region, clip, first, end);
+  if (!drawIndexedCharts(port, region, clip)) drawRun(port, region, clip);
   drawObjects(port, region, clip, end, int(getCardinal()));
   drawFocus(port, getTransformer(), clip);
   display->closeDrawing();
@@ -766,6 +770,30 @@ void QelChartContainer::drawAll(QelPort* port, const QelRegion& region, const Qe
   if (_ghostShown && port == this) {
     _ghostShown = false;
     drawGhost();
+  }
+}
+
+void QelChartContainer::drawRun(QelPort* port, const QelRegion& region, const QelRegion* clip) {
+  // Kept as an array in drawing order: walking a hundred thousand charts through the object
+  // list's tree costs more than drawing them. Appending keeps it; any other change remakes it.
+  if (!_runValid) {
+    std::vector<QelGraphic*> objects = getObjects();
+    const size_t first = firstChart ? size_t(getIndex(firstChart)) : 0;
+    _run.clear();
+    for (size_t i = first; i < first + _chartCount && i < objects.size(); ++i)
+      _run.push_back(static_cast<QelAbstractChart*>(objects[i]));
+    _runValid = true;
+  }
+  const QelTransformer* t = getTransformer();
+  const QelRect& bounds = region.getBBox();
+  const bool oneRectangle = region.getCount() == 1;
+  for (QelAbstractChart* chart : _run) {
+    if (!isVisible(chart)) continue;
+    ensureFitted(chart);
+    QelRect box;
+    chart->boundingBox(box, t);
+    if (bounds.intersects(box) && (oneRectangle || region.intersects(box)))
+      chart->draw(port, t, clip);
   }
 }
 
@@ -810,6 +838,7 @@ void QelChartContainer::indexChart(QelAbstractChart* chart) {
 }
 
 void QelChartContainer::unindexChart(const QelGraphic* chart) {
+  _runValid = false;
   _index.remove(chart);
   for (auto it = _oddCharts.begin(); it != _oddCharts.end(); ++it)
     if (static_cast<const QelGraphic*>(*it) == chart) {

@@ -248,6 +248,8 @@ class QelChartContainer : public QelContainer {
   void indexChart(QelAbstractChart* chart);
   void ensureFitted(QelAbstractChart* chart) const;
   void unindexChart(const QelGraphic* chart);
+  // Draws every chart of the run that meets `region`, in order.
+  void drawRun(QelPort* port, const QelRegion& region, const QelRegion* clip);
   // Draws the charts that meet `region`; false when that needs every chart anyway.
   bool drawIndexedCharts(QelPort* port, const QelRegion& region, const QelRegion* clip);
   void init(QelPosition scalePositions, const QelRect& area, int accelerators);
@@ -283,6 +285,9 @@ class QelChartContainer : public QelContainer {
   int32_t _commonOriginX = 0;
   float _commonXScale = 1;
   int32_t _indexMargin = 0;
+  // The chart run in drawing order, while _runValid.
+  std::vector<QelAbstractChart*> _run;
+  bool _runValid = false;
   // The last adjustCharts: its stamp and the range it fits the charts to.
   uint32_t _fitStamp = 1;
   float _fitRange[4] = {0, 1, 0,
