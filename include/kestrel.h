@@ -19,8 +19,13 @@
 extern "C" {
 #endif
 
-/* The unit of the time axis. */
+/* The unit of the time axis. A host may pass any int: C++ gives the type int's whole range, so
+ * that a value other than the three is an unknown unit and not a value the type cannot hold. */
+#ifdef __cplusplus
+enum KoTimeUnit : int { KoSeconds = 0, KoMinutes = 1, KoHours = 2 };
+#else
 typedef enum KoTimeUnit { KoSeconds = 0, KoMinutes = 1, KoHours = 2 } KoTimeUnit;
+#endif
 
 /* The host's function, called with the user data of the job the user clicked. */
 typedef void* (*KoUserCallback)(void* userData);

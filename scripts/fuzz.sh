@@ -10,5 +10,7 @@ scripts/deps.sh clang libclang-rt-14-dev
 CC=clang CXX=clang++ cmake -S . -B build-fuzz -G Ninja -DKESTREL_FUZZ=ON -DKESTREL_BENCH=OFF
 cmake --build build-fuzz --target "${target}_fuzzer"
 mkdir -p "build-fuzz/corpus/$target"
-"build-fuzz/fuzz/${target}_fuzzer" -max_total_time="$seconds" -max_len=102400 \
+# Undefined behaviour stops the run like a crash, so that it leaves an input to keep.
+UBSAN_OPTIONS=${UBSAN_OPTIONS:-halt_on_error=1:print_stacktrace=1} \
+  "build-fuzz/fuzz/${target}_fuzzer" -max_total_time="$seconds" -max_len=102400 \
   -artifact_prefix="build-fuzz/" "build-fuzz/corpus/$target" "fuzz/corpus/$target"
