@@ -762,7 +762,10 @@ void QelChartContainer::drawAll(QelPort* port, const QelRegion& region, const Qe
   const int first = firstChart ? getIndex(firstChart) : int(getCardinal());
   const int end = lastChart ? getIndex(lastChart) + 1 : first;
   drawObjects(port, region, clip, 0, first);
-  if (!drawIndexedCharts(port, region, clip)) drawRun(port, region, clip);
+  // The charts stay inside the chart area: a job that started before the window does not run
+  // across the axis and its labels.
+  const QelRegion charts = chartClip(clip, getTransformer());
+  if (!drawIndexedCharts(port, region, &charts)) drawRun(port, region, &charts);
   drawObjects(port, region, clip, end, int(getCardinal()));
   drawFocus(port, getTransformer(), clip);
   display->closeDrawing();
@@ -771,6 +774,34 @@ void QelChartContainer::drawAll(QelPort* port, const QelRegion& region, const Qe
     _ghostShown = false;
     drawGhost();
   }
+}
+
+QelRegion QelChartContainer::chartClip(const QelRegion* clip, const QelTransformer* t) const {
+  // One pixel more to the right and below: the top of the x and y ranges maps onto the area's
+  // right and bottom edges.
+  QelRect area = chartArea;
+  area.w = QelClampToUint32(int64_t(area.w) + 1), area.h = QelClampToUint32(int64_t(area.h) + 1);
+  if (t) t->apply(area);
+  QelRegion region(area);
+  if (clip) {
+    region = *clip;
+    region.intersection(area);
+  }
+  return region;
+}
+
+void QelChartContainer::draw(QelPort* port, const QelTransformer* t, const QelRegion* clip) {
+  QelDisplay* display = getDisplay();
+  if (!port || !display) return;
+  if (!t) t = getTransformer();
+  const QelRegion charts = chartClip(clip, t);
+  display->openDrawing(port, clip);
+  for (QelGraphic* obj : getObjects()) {
+    if (!isVisible(obj)) continue;
+    prepareObject(obj);
+    obj->draw(port, t, obj->getProperty(_chartProperty()) == this ? &charts : clip);
+  }
+  display->closeDrawing();
 }
 
 void QelChartContainer::drawRun(QelPort* port, const QelRegion& region, const QelRegion* clip) {

@@ -111,8 +111,12 @@ class QelChartContainer : public QelContainer {
   static QelPosition indexToPosition(int index);
 
   // --- Overrides ---------------------------------------------------------------------------
-  // Draws only the charts the region can show (found through their data extents).
+  // Draws only the charts the region can show (found through their data extents), each
+  // clipped to the chart area.
   void drawAll(QelPort* port, const QelRegion& region, const QelRegion* clip) override;
+  // Every object in order, the charts clipped to the chart area.
+  void draw(QelPort* port, const QelTransformer* t, const QelRegion* clip) override;
+  using QelContainer::draw;
   // Brings a managed chart's mapping up to the container's last fit (see adjustCharts).
   void prepareObject(QelGraphic* obj) const override;
   // A managed chart deleted by its owner leaves the chart list too.
@@ -248,6 +252,8 @@ class QelChartContainer : public QelContainer {
   void indexChart(QelAbstractChart* chart);
   void ensureFitted(QelAbstractChart* chart) const;
   void unindexChart(const QelGraphic* chart);
+  // The chart area (and a pixel to its right and below), within `clip` when given.
+  QelRegion chartClip(const QelRegion* clip, const QelTransformer* t) const;
   // Draws every chart of the run that meets `region`, in order.
   void drawRun(QelPort* port, const QelRegion& region, const QelRegion* clip);
   // Draws the charts that meet `region`; false when that needs every chart anyway.

@@ -42,7 +42,8 @@ class JobChartFrameTest : public DisplayTest {
     return readWindow(xDisplay, XtWindow(chart->getWidget()), 0, 0, chart->width(),
                       chart->height());
   }
-  // Every object drawn in order, without culling, on a cleared bitmap of the view's size.
+  // Every object drawn in order, without culling (the charts clipped to the chart area), on a
+  // cleared bitmap of the view's size.
   Image straightforward() {
     Window window = XtWindow(chart->getWidget());
     XWindowAttributes attributes;
@@ -54,7 +55,7 @@ class JobChartFrameTest : public DisplayTest {
     XSetForeground(xDisplay, gc, background);
     XFillRectangle(xDisplay, bitmap.getPixmap(), gc, 0, 0, chart->width(), chart->height());
     XFreeGC(xDisplay, gc);
-    chart->QelContainer::draw(&bitmap, nullptr, nullptr);
+    chart->QelChartContainer::draw(&bitmap, nullptr, nullptr);
     XSync(xDisplay, False);
     return readDrawable(xDisplay, bitmap.getPixmap(), attributes.visual, attributes.colormap, 0, 0,
                         chart->width(), chart->height());
