@@ -764,8 +764,8 @@ void QelChartContainer::drawAll(QelPort* port, const QelRegion& region, const Qe
   drawObjects(port, region, clip, 0, first);
   // The charts stay inside the chart area: a job that started before the window does not run
   // across the axis and its labels.
-  const QelRegion charts = chartClip(clip, getTransformer());
-  if (!drawIndexedCharts(port, region, &charts)) drawRun(port, region, &charts);
+  const ChartClip charts = chartClip(clip, getTransformer());
+  if (!drawIndexedCharts(port, region, charts)) drawRun(port, region, charts);
   drawObjects(port, region, clip, end, int(getCardinal()));
   drawFocus(port, getTransformer(), clip);
   display->closeDrawing();
@@ -776,35 +776,64 @@ void QelChartContainer::drawAll(QelPort* port, const QelRegion& region, const Qe
   }
 }
 
-QelRegion QelChartContainer::chartClip(const QelRegion* clip, const QelTransformer* t) const {
+QelChartContainer::ChartClip QelChartContainer::chartClip(const QelRegion* clip,
+                                                          const QelTransformer* t) const {
   // One pixel more to the right and below: the top of the x and y ranges maps onto the area's
   // right and bottom edges.
   QelRect area = chartArea;
   area.w = QelClampToUint32(int64_t(area.w) + 1), area.h = QelClampToUint32(int64_t(area.h) + 1);
   if (t) t->apply(area);
-  QelRegion region(area);
+  ChartClip charts{clip, QelRegion(area), QelRect()};
   if (clip) {
-    region = *clip;
-    region.intersection(area);
+    charts.area = *clip;
+    charts.area.intersection(area);
   }
-  return region;
+  // A chart's ink reaches past its box by its markers and line width: a box this far inside
+  // the area needs no clip of its own.
+  const int64_t reach = int64_t(std::max(_indexMargin, 0)) + 8;
+  const QelRect& box = charts.area.getBBox();
+  if (charts.area.getCount() == 1 && box.w > 2 * reach && box.h > 2 * reach)
+    charts.inside =
+        QelRectBetween(box.x + reach, box.y + reach, box.right64() - reach, box.bottom64() - reach);
+  return charts;
+}
+
+const QelRegion* QelChartContainer::ChartClip::forBox(const QelRect& box) const {
+  // Clipping each chart would cost the X server two more requests for every figure drawn.
+  return inside.w && inside.contains(box) ? outer : &area;
+}
+
+void QelChartContainer::drawChart(QelAbstractChart* chart, QelPort* port, const QelRegion& region,
+                                  const ChartClip& clip) {
+  if (!isVisible(chart)) return;
+  ensureFitted(chart);
+  QelRect box;
+  chart->boundingBox(box, getTransformer());
+  if (region.getBBox().intersects(box) && (region.getCount() == 1 || region.intersects(box)))
+    chart->draw(port, getTransformer(), clip.forBox(box));
 }
 
 void QelChartContainer::draw(QelPort* port, const QelTransformer* t, const QelRegion* clip) {
   QelDisplay* display = getDisplay();
   if (!port || !display) return;
   if (!t) t = getTransformer();
-  const QelRegion charts = chartClip(clip, t);
+  const ChartClip charts = chartClip(clip, t);
   display->openDrawing(port, clip);
   for (QelGraphic* obj : getObjects()) {
     if (!isVisible(obj)) continue;
     prepareObject(obj);
-    obj->draw(port, t, obj->getProperty(_chartProperty()) == this ? &charts : clip);
+    if (obj->getProperty(_chartProperty()) == this) {
+      QelRect box;
+      obj->boundingBox(box, t);
+      obj->draw(port, t, charts.forBox(box));
+    } else {
+      obj->draw(port, t, clip);
+    }
   }
   display->closeDrawing();
 }
 
-void QelChartContainer::drawRun(QelPort* port, const QelRegion& region, const QelRegion* clip) {
+void QelChartContainer::drawRun(QelPort* port, const QelRegion& region, const ChartClip& clip) {
   // Kept as an array in drawing order: walking a hundred thousand charts through the object
   // list's tree costs more than drawing them. Appending keeps it; any other change remakes it.
   if (!_runValid) {
@@ -815,21 +844,11 @@ void QelChartContainer::drawRun(QelPort* port, const QelRegion& region, const Qe
       _run.push_back(static_cast<QelAbstractChart*>(objects[i]));
     _runValid = true;
   }
-  const QelTransformer* t = getTransformer();
-  const QelRect& bounds = region.getBBox();
-  const bool oneRectangle = region.getCount() == 1;
-  for (QelAbstractChart* chart : _run) {
-    if (!isVisible(chart)) continue;
-    ensureFitted(chart);
-    QelRect box;
-    chart->boundingBox(box, t);
-    if (bounds.intersects(box) && (oneRectangle || region.intersects(box)))
-      chart->draw(port, t, clip);
-  }
+  for (QelAbstractChart* chart : _run) drawChart(chart, port, region, clip);
 }
 
 bool QelChartContainer::drawIndexedCharts(QelPort* port, const QelRegion& region,
-                                          const QelRegion* clip) {
+                                          const ChartClip& clip) {
   if (!_commonMapping || _commonXScale <= 0 || !std::isfinite(_commonXScale)) return false;
   // The damaged strip, widened by what a drawing may reach beyond its data, in data x.
   QelRect strip = region.getBBox();
@@ -847,7 +866,7 @@ bool QelChartContainer::drawIndexedCharts(QelPort* port, const QelRegion& region
   for (QelAbstractChart* chart : found) ordered.emplace_back(drawingOrder(chart), chart);
   std::sort(ordered.begin(), ordered.end());
   ordered.erase(std::unique(ordered.begin(), ordered.end()), ordered.end());
-  for (const auto& [order, chart] : ordered) drawIfDamaged(chart, port, region, clip);
+  for (const auto& [order, chart] : ordered) drawChart(chart, port, region, clip);
   return true;
 }
 

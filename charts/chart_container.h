@@ -19,6 +19,7 @@
 
 #include "charts/chart_index.h"
 #include "display/container.h"
+#include "graphics/region.h"
 #include "graphics/simple_graphic.h"
 
 class QelAbstractChart;
@@ -252,12 +253,22 @@ class QelChartContainer : public QelContainer {
   void indexChart(QelAbstractChart* chart);
   void ensureFitted(QelAbstractChart* chart) const;
   void unindexChart(const QelGraphic* chart);
-  // The chart area (and a pixel to its right and below), within `clip` when given.
-  QelRegion chartClip(const QelRegion* clip, const QelTransformer* t) const;
+  // The charts stay inside the chart area (and a pixel to its right and below): a job that
+  // started before the window does not run across the axis and its labels.
+  struct ChartClip {
+    const QelRegion* outer;  // the drawing's own clip, or null
+    QelRegion area;          // the chart area within it
+    QelRect inside;          // a chart box within this draws with `outer`
+    const QelRegion* forBox(const QelRect& box) const;
+  };
+  ChartClip chartClip(const QelRegion* clip, const QelTransformer* t) const;
+  // Draws the chart when it is visible and meets `region`.
+  void drawChart(QelAbstractChart* chart, QelPort* port, const QelRegion& region,
+                 const ChartClip& clip);
   // Draws every chart of the run that meets `region`, in order.
-  void drawRun(QelPort* port, const QelRegion& region, const QelRegion* clip);
+  void drawRun(QelPort* port, const QelRegion& region, const ChartClip& clip);
   // Draws the charts that meet `region`; false when that needs every chart anyway.
-  bool drawIndexedCharts(QelPort* port, const QelRegion& region, const QelRegion* clip);
+  bool drawIndexedCharts(QelPort* port, const QelRegion& region, const ChartClip& clip);
   void init(QelPosition scalePositions, const QelRect& area, int accelerators);
   // Places each scale along the chart area, at its crossing.
   void placeScales();
