@@ -2,20 +2,16 @@
 // libKestrel.so.1 only, run on the private server, clicked with xdotool and read back.
 #include <gtest/gtest.h>
 
-#include <fcntl.h>
-#include <signal.h>
-#include <sys/prctl.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <chrono>
 #include <functional>
+#include <memory>
 #include <string>
 #include <vector>
 
 #include "graphics/geometry.h"
 #include "tests/support/pixels.h"
+#include "tests/support/programs.h"
 #include "tests/support/waiting.h"
 
 #include <X11/Xutil.h>
@@ -24,56 +20,6 @@ namespace kestrel::test {
 namespace {
 
 constexpr uint32_t kGreen = 0x00ff00, kRed = 0xff0000, kBlue = 0x0000ff;
-
-bool run(std::vector<std::string> args) {
-  std::vector<char*> argv;
-  for (std::string& a : args) argv.push_back(a.data());
-  argv.push_back(nullptr);
-  pid_t pid = fork();
-  if (pid == 0) {
-    execvp(argv[0], argv.data());
-    _exit(127);
-  }
-  int status = 0;
-  return pid > 0 && waitpid(pid, &status, 0) == pid && WIFEXITED(status) &&
-         WEXITSTATUS(status) == 0;
-}
-
-// The host program with its standard output on a pipe the test reads without blocking.
-class Host {
- public:
-  Host() {
-    int fds[2];
-    if (pipe(fds) != 0) return;
-    _pid = fork();
-    if (_pid == 0) {
-      prctl(PR_SET_PDEATHSIG, SIGKILL);
-      dup2(fds[1], 1);
-      close(fds[0]);
-      execl(KESTREL_C_HOST, KESTREL_C_HOST, static_cast<char*>(nullptr));
-      _exit(127);
-    }
-    close(fds[1]);
-    _out = fds[0];
-    fcntl(_out, F_SETFL, O_NONBLOCK);
-  }
-  ~Host() {
-    if (_pid > 0) kill(_pid, SIGKILL), waitpid(_pid, nullptr, 0);
-    if (_out >= 0) close(_out);
-  }
-  // Everything printed so far.
-  const std::string& output() {
-    char buffer[256];
-    ssize_t n;
-    while ((n = read(_out, buffer, sizeof buffer)) > 0) _text.append(buffer, size_t(n));
-    return _text;
-  }
-
- private:
-  pid_t _pid = -1;
-  int _out = -1;
-  std::string _text;
-};
 
 // The viewable window of that name (Xt also names an unmapped window of the application so).
 Window findNamed(Display* x, Window window, const char* name) {
@@ -100,7 +46,7 @@ class CHostTest : public ::testing::Test {
     ASSERT_NE(x, nullptr);
     // The host's window may come and go under the test's requests: failures are answers.
     XSetErrorHandler([](Display*, XErrorEvent*) { return 0; });
-    host = std::make_unique<Host>();
+    host = std::make_unique<Program>(KESTREL_C_HOST, std::vector<std::string>{});
     ASSERT_TRUE(eventually([&] { return host->output().find("jobs 0 1 2") != std::string::npos; }))
         << host->output();
     ASSERT_TRUE(eventually([&] {
@@ -132,12 +78,11 @@ class CHostTest : public ::testing::Test {
     Window child;
     int rx = 0, ry = 0;
     XTranslateCoordinates(x, window, DefaultRootWindow(x), p.x, p.y, &rx, &ry, &child);
-    ASSERT_TRUE(
-        run({"xdotool", "mousemove", std::to_string(rx), std::to_string(ry), "click", "1"}));
+    ASSERT_TRUE(xdotool({"mousemove", std::to_string(rx), std::to_string(ry), "click", "1"}));
   }
 
   Display* x = nullptr;
-  std::unique_ptr<Host> host;
+  std::unique_ptr<Program> host;
   Window window = None;
 };
 
@@ -161,7 +106,7 @@ TEST_F(CHostTest, JobsShowTheirStateOnTheirRowsAndAClickSelectsAndCallsTheHostOn
   // data and draws it six pixels wide.
   const size_t redBefore = image.count(kRed), blueBefore = image.count(kBlue);
   QelPoint middle(failed.x + int32_t(failed.w / 2), failed.y + int32_t(failed.h / 2));
-  ASSERT_TRUE(run({"xdotool", "mousemove", "5", "5"}));
+  ASSERT_TRUE(xdotool({"mousemove", "5", "5"}));
   usleep(200000);
   EXPECT_EQ(host->output().find("clicked"), std::string::npos);
   clickAt(middle);
