@@ -855,12 +855,14 @@ bool QelChartContainer::drawIndexedCharts(QelPort* port, const QelRegion& region
   if (const QelTransformer* t = getTransformer(); t && !t->inverse(strip)) return false;
   const double left = double(strip.x) - _indexMargin - 1,
                right = strip.right64() + _indexMargin + 1;
-  std::vector<QelAbstractChart*> found;
-  _index.query((left - _commonOriginX) / _commonXScale, (right - _commonOriginX) / _commonXScale,
-               found);
-  found.insert(found.end(), _oddCharts.begin(), _oddCharts.end());
-  // When most charts are reached anyway, walking the run in order is cheaper than sorting.
-  if (found.size() * 4 >= _chartCount) return false;
+  // When a quarter of the charts or more are reached, walking the run in order is cheaper than
+  // sorting them: the query stops as soon as it knows.
+  const size_t most = (size_t(_chartCount) + 3) / 4;
+  if (_oddCharts.size() >= most) return false;
+  std::vector<QelAbstractChart*> found(_oddCharts.begin(), _oddCharts.end());
+  if (!_index.query((left - _commonOriginX) / _commonXScale,
+                    (right - _commonOriginX) / _commonXScale, found, most - 1))
+    return false;
   std::vector<std::pair<uint64_t, QelAbstractChart*>> ordered;
   ordered.reserve(found.size());
   for (QelAbstractChart* chart : found) ordered.emplace_back(drawingOrder(chart), chart);

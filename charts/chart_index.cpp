@@ -54,17 +54,23 @@ void QelChartIndex::clear() {
   _classes.clear();
 }
 
-void QelChartIndex::query(double lo, double hi, std::vector<QelAbstractChart*>& out) const {
-  if (std::isnan(lo) || std::isnan(hi) || hi < lo) return;
+bool QelChartIndex::query(double lo, double hi, std::vector<QelAbstractChart*>& out,
+                          size_t limit) const {
+  if (std::isnan(lo) || std::isnan(hi) || hi < lo) return true;
   for (const auto& [k, starts] : _classes) {
     if (k == kEverywhere) {
       for (const auto& [start, item] : starts) out.push_back(item.chart);
+      if (out.size() > limit) return false;
       continue;
     }
     // An extent shorter than 2^k that reaches lo starts after lo - 2^k.
     const double reach = k == std::numeric_limits<int>::min() ? 0 : std::ldexp(1.0, k);
     for (auto it = starts.lower_bound(floatAtOrBelow(lo - reach));
          it != starts.end() && double(it->first) <= hi; ++it)
-      if (double(it->second.hi) >= lo) out.push_back(it->second.chart);
+      if (double(it->second.hi) >= lo) {
+        out.push_back(it->second.chart);
+        if (out.size() > limit) return false;
+      }
   }
+  return true;
 }

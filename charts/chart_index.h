@@ -21,8 +21,11 @@ class QelChartIndex {
   void remove(const QelGraphic* chart);
   bool contains(const QelGraphic* chart) const { return _entries.count(chart) != 0; }
   void clear();
-  // Appends the charts whose extent meets [lo, hi], in no particular order.
-  void query(double lo, double hi, std::vector<QelAbstractChart*>& out) const;
+  // Appends the charts whose extent meets [lo, hi], in no particular order. Stops, and answers
+  // false, as soon as `out` holds more than `limit` charts: a caller that would walk every
+  // chart past that many learns it without paying for the whole query.
+  bool query(double lo, double hi, std::vector<QelAbstractChart*>& out,
+             size_t limit = size_t(-1)) const;
   size_t size() const { return _entries.size(); }
 
  private:
