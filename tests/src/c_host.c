@@ -1,8 +1,8 @@
 /* A host written in C against kestrel.h only, as a scheduler's front end would be: a Motif shell
  * with the chart as its only child. It plays a fixed scenario (three rows, jobs started,
  * advanced, failed and succeeded), then waits; each click on a job prints the job's user data
- * on standard output as "clicked N". The end-to-end test drives it; with --exit it destroys the
- * chart and ends once the scenario is played (the installation test runs it so). */
+ * on standard output as "clicked N". With --exit it destroys the chart and ends once the
+ * scenario is played: the installation test runs it so, built against the installed tree. */
 #include <Xm/Form.h>
 #include <Xm/Xm.h>
 #include <stdio.h>

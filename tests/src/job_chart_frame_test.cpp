@@ -3,40 +3,21 @@
 // cleared window shows.
 #include <gtest/gtest.h>
 
-#include <memory>
 #include <vector>
 
 #include "display/display.h"
 #include "display/event.h"
 #include "display/port.h"
-#include "gadgets/motif_look.h"
-#include "kestrel.h"
-#include "src/ko_chart/job_chart.h"
 #include "src/ko_chart/timeline.h"
-#include "tests/support/display_fixture.h"
-#include "tests/support/motif_host.h"
-#include "tests/support/pixels.h"
-
-// After gtest and the toolkit: Xlib's macros would break their declarations.
-#include <X11/Xlib.h>
-#include <Xm/Xm.h>
+#include "tests/support/job_chart_host.h"
 
 namespace kestrel::test {
 namespace {
 
-class JobChartFrameTest : public DisplayTest {
+class JobChartFrameTest : public JobChartTest {
  protected:
-  void SetUp() override {
-    QelMotifScrollBarModuleInit();
-    QelMotifMessageLabelModuleInit();
-    // Low enough that the rows' markers overlap their neighbours'.
-    host = std::make_unique<MotifHost>(xDisplay, 20, 20, 420, 150);
-  }
-  void TearDown() override {
-    if (chart) chartDestructor(chart);
-    host.reset();
-    DisplayTest::TearDown();
-  }
+  // Low enough that the rows' markers overlap their neighbours'.
+  JobChartFrameTest() : JobChartTest(420, 150) {}
   Image shown() {
     XSync(xDisplay, False);
     return readWindow(xDisplay, XtWindow(chart->getWidget()), 0, 0, chart->width(),
@@ -60,9 +41,6 @@ class JobChartFrameTest : public DisplayTest {
     return readDrawable(xDisplay, bitmap.getPixmap(), attributes.visual, attributes.colormap, 0, 0,
                         chart->width(), chart->height());
   }
-
-  std::unique_ptr<MotifHost> host;
-  Ko_chart* chart = nullptr;
 };
 
 // A replay where jobs of every state start and end on six close rows, one stays selected, and
