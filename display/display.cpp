@@ -512,12 +512,14 @@ void QelDisplay::freeFont(QelFont* font) {
 
 void QelDisplay::freePalette(QelPalette* palette) {
   if (!palette || !palette->_gc) return;
+  _queue.sendFor(palette->_gc);
   if (_xDisplay) XFreeGC(_xDisplay, palette->_gc);
   palette->_gc = nullptr;
 }
 
 void QelDisplay::freeBitmap(QelBitmap* bitmap) {
   if (!bitmap || !bitmap->_owned || !bitmap->getDrawable()) return;
+  _queue.sendFor(bitmap->getDrawable());
   if (_xDisplay) XFreePixmap(_xDisplay, bitmap->getDrawable());
   bitmap->setDrawable(0);
 }

@@ -32,6 +32,7 @@
 #include "base/path.h"
 #include "display/look_and_feel.h"
 #include "display/palette.h"
+#include "display/request_queue.h"
 #include "graphics/geometry.h"
 
 class QelAbstractView;
@@ -373,6 +374,10 @@ class QelDisplay {
   void labelSize(const QelPalette* palette, const char* label, uint32_t& width,
                  uint32_t& height) const;
 
+  // Sends the lines and markers the drawing operations queued (see QelRequestQueue). The
+  // display does so before any other request of its own and when a session ends; code that
+  // makes X requests of its own on a drawable the display draws on calls it first.
+  void sendQueuedFigures() const;
   void flush() const;
   void sync() const;
   void synchronize(int on) const;
@@ -406,6 +411,10 @@ class QelDisplay {
   void filePalette(QelPalette* palette);
   void unfilePalette(QelPalette* palette, const QelPaletteAttributes& key);
   void normalize(QelPaletteAttributes& attributes) const;
+  // Queues a filled diamond as the rectangles that cover exactly its pixels; false when it
+  // must be drawn as a polygon.
+  bool queueFilledDiamond(QelPort* port, const QelPalette* palette, const QelPoint& centre,
+                          uint16_t size) const;
 
   Display* _xDisplay = nullptr;
   bool _ownsConnection = false;
@@ -464,6 +473,10 @@ class QelDisplay {
   QelAbstractView* _focusView = nullptr;
   mutable QelPort* _drawingPort = nullptr;
   mutable const QelRegion* _drawingClip = nullptr;
+  mutable QelRequestQueue _queue;
+  // The rectangles covering a filled diamond of each size, centred on (size + 1, size + 1), as
+  // the server filled it.
+  mutable std::map<uint16_t, std::vector<XRectangle>> _diamonds;
   QelDumpDevice* _dumpDevice = nullptr;
   std::unique_ptr<QelLookAndFeelHandler> _lookAndFeel;
   unsigned int _lookChanges = 0;

@@ -9,14 +9,85 @@
 #include "display/dump_device.h"
 #include "display/port.h"
 
+#include <X11/Xutil.h>
+
 namespace {
+
+// Larger diamonds are rare and drawn as polygons: their pixels are not worth remembering.
+constexpr uint16_t kLargestQueuedDiamond = 64;
 
 QelRect rectAt(int64_t x, int64_t y, int64_t w, int64_t h) {
   return QelRect(QelClampToInt32(x), QelClampToInt32(y), uint32_t(std::max<int64_t>(w, 0)),
                  uint32_t(std::max<int64_t>(h, 0)));
 }
 
+// The rectangles that cover the set pixels of a depth-1 image, one per run of a row, each
+// stretched over the rows above and below that contain its run whole.
+std::vector<XRectangle> coveringRectangles(XImage* image, int width, int height) {
+  auto set = [&](int x, int y) { return XGetPixel(image, x, y) != 0; };
+  auto contains = [&](int y, int x0, int x1) {
+    for (int x = x0; x <= x1; ++x)
+      if (!set(x, y)) return false;
+    return true;
+  };
+  std::vector<XRectangle> rects;
+  for (int y = 0; y < height; ++y)
+    for (int x = 0; x < width; ++x) {
+      if (!set(x, y) || (x > 0 && set(x - 1, y))) continue;
+      int x1 = x;
+      while (x1 + 1 < width && set(x1 + 1, y)) ++x1;
+      int top = y, bottom = y;
+      while (top > 0 && contains(top - 1, x, x1)) --top;
+      while (bottom + 1 < height && contains(bottom + 1, x, x1)) ++bottom;
+      XRectangle r{short(x), short(top), (unsigned short)(x1 - x + 1),
+                   (unsigned short)(bottom - top + 1)};
+      bool known = false;
+      for (const XRectangle& k : rects)
+        known = known || (k.x == r.x && k.y == r.y && k.width == r.width && k.height == r.height);
+      if (!known) rects.push_back(r);
+    }
+  return rects;
+}
+
 }  // namespace
+
+bool QelDisplay::queueFilledDiamond(QelPort* port, const QelPalette* palette,
+                                    const QelPoint& centre, uint16_t size) const {
+  if (size > kLargestQueuedDiamond || palette->getMode() != QelDrawModeSet ||
+      !QelCanDraw(this, port, palette))
+    return false;
+  // Where the server would fill it, the rectangles must land exactly: 16-bit coordinates.
+  const int64_t left = int64_t(centre.x) - size - 1, top = int64_t(centre.y) - size - 1;
+  if (left < -32768 || top < -32768 || left + 2 * size + 2 > 32767 || top + 2 * size + 2 > 32767)
+    return false;
+  auto known = _diamonds.find(size);
+  if (known == _diamonds.end()) {
+    // The server fills one on a bitmap, and the rectangles cover what it filled: the same
+    // pixels as the polygon, wherever it is moved by whole pixels.
+    const int side = 2 * size + 3, c = size + 1, s = size;
+    Pixmap bitmap = XCreatePixmap(_xDisplay, _gcDrawable, unsigned(side), unsigned(side), 1);
+    GC gc = XCreateGC(_xDisplay, bitmap, 0, nullptr);
+    XSetForeground(_xDisplay, gc, 0);
+    XFillRectangle(_xDisplay, bitmap, gc, 0, 0, unsigned(side), unsigned(side));
+    XSetForeground(_xDisplay, gc, 1);
+    XPoint diamond[5] = {{short(c - s), short(c)},
+                         {short(c), short(c - s)},
+                         {short(c + s), short(c)},
+                         {short(c), short(c + s)},
+                         {short(c - s), short(c)}};
+    XFillPolygon(_xDisplay, bitmap, gc, diamond, 5, Convex, CoordModeOrigin);
+    XImage* image = XGetImage(_xDisplay, bitmap, 0, 0, unsigned(side), unsigned(side), 1, XYPixmap);
+    XFreeGC(_xDisplay, gc);
+    XFreePixmap(_xDisplay, bitmap);
+    if (!image) return false;
+    known = _diamonds.emplace(size, coveringRectangles(image, side, side)).first;
+    XDestroyImage(image);
+  }
+  QelDrawingScope scope(this, port, true);
+  _queue.addRectangles(_xDisplay, port->getDrawable(), palette->getGC(), known->second, int(left),
+                       int(top));
+  return true;
+}
 
 void QelDisplay::drawShadowRectangle(QelPort* port, const QelPalette* top, const QelPalette* bottom,
                                      const QelRect& rect, uint16_t thickness) const {
@@ -110,6 +181,7 @@ void QelDisplay::drawMarker(QelPort* port, const QelPalette* palette, const QelP
   if (!port || !palette || !type) return;
   if (_dumpDevice) return _dumpDevice->drawMarker(port, palette, point, type, size);
   QelTraceDrawing("drawMarker", port, "%d %d %u %u", point.x, point.y, type, unsigned(size));
+  if (type == QelMarkerFilledDiamond && queueFilledDiamond(port, palette, point, size)) return;
   const int64_t x = point.x, y = point.y, s = size;
   const int32_t left = QelClampToInt32(x - s), right = QelClampToInt32(x + s);
   const int32_t above = QelClampToInt32(y - s), below = QelClampToInt32(y + s);

@@ -94,20 +94,41 @@ bool thinSolid(const QelPalette* palette) {
 // dashed ones go as given when they fit in 16 bits (X then draws their caps, joins and dashes
 // itself); otherwise they are cut to a box far enough out that caps and miter joins at the
 // cuts stay hidden, and their dashes restart there.
+//
+// Given a queue, a pen queues single lines of a context that copies (where the order of its
+// figures makes no difference), and sends the queue before any other request.
 struct Pen {
-  Pen(const QelDisplay* display, const QelPort* port, const QelPalette* palette)
+  Pen(const QelDisplay* display, const QelPort* port, const QelPalette* palette,
+      QelRequestQueue* queue = nullptr)
       : x(display->getXDisplay()),
         drawable(port->getDrawable()),
         gc(palette->getGC()),
         thin(thinSolid(palette)),
-        box(portBox(port, thin ? 1 : 8 * int64_t(palette->getLineWidth()) + 2)) {}
+        box(portBox(port, thin ? 1 : 8 * int64_t(palette->getLineWidth()) + 2)),
+        queue(queue),
+        queues(queue && palette->getMode() == QelDrawModeSet) {}
   bool passes(const QelPoint& p) const { return thin ? box.contains(p) : fits16(p); }
+  // A line from a to b, queued when it may be.
+  void line(const QelPoint& a, const QelPoint& b) const {
+    if (queues) {
+      queue->addSegment(x, drawable, gc, {short(a.x), short(a.y), short(b.x), short(b.y)});
+      return;
+    }
+    direct();
+    XDrawLine(x, drawable, gc, a.x, a.y, b.x, b.y);
+  }
+  // Before a request that is not queued.
+  void direct() const {
+    if (queue) queue->send();
+  }
 
   Display* x;
   Drawable drawable;
   GC gc;
   bool thin;
   Box box;
+  QelRequestQueue* queue;
+  bool queues;
 };
 
 bool clip(const Pen& pen, QelPoint& a, QelPoint& b) {
@@ -116,12 +137,17 @@ bool clip(const Pen& pen, QelPoint& a, QelPoint& b) {
 }
 
 void strokeLine(const Pen& pen, QelPoint a, QelPoint b) {
-  if (clip(pen, a, b)) XDrawLine(pen.x, pen.drawable, pen.gc, a.x, a.y, b.x, b.y);
+  if (clip(pen, a, b)) pen.line(a, b);
 }
 
 void flushRun(const Pen& pen, Buffer<XPoint>& run) {
-  if (run.size() >= 2)
+  // Two points are one line, with neither join nor dash continuing into another.
+  if (run.size() == 2) {
+    pen.line(QelPoint(run[0].x, run[0].y), QelPoint(run[1].x, run[1].y));
+  } else if (run.size() > 2) {
+    pen.direct();
     XDrawLines(pen.x, pen.drawable, pen.gc, run.data(), int(run.size()), CoordModeOrigin);
+  }
   run.clear();
 }
 
@@ -345,8 +371,8 @@ void QelDisplay::drawLine(QelPort* port, const QelPalette* palette, const QelPoi
   if (_dumpDevice) return _dumpDevice->drawLine(port, palette, from, to);
   QelTraceDrawing("drawLine", port, "%d %d %d %d", from.x, from.y, to.x, to.y);
   if (!QelCanDraw(this, port, palette)) return;
-  QelDrawingScope scope(this, port);
-  strokeLine(Pen(this, port, palette), from, to);
+  QelDrawingScope scope(this, port, true);
+  strokeLine(Pen(this, port, palette, &_queue), from, to);
 }
 
 void QelDisplay::drawSegments(QelPort* port, const QelPalette* palette, uint32_t count,
@@ -373,8 +399,8 @@ void QelDisplay::drawPolyLine(QelPort* port, const QelPalette* palette, uint32_t
   if (_dumpDevice) return _dumpDevice->drawPolyLine(port, palette, count, points);
   QelTraceDrawing("drawPolyLine", port, "%u %d %d", count, points[0].x, points[0].y);
   if (!QelCanDraw(this, port, palette)) return;
-  QelDrawingScope scope(this, port);
-  strokePolyline(Pen(this, port, palette), count, points, false);
+  QelDrawingScope scope(this, port, true);
+  strokePolyline(Pen(this, port, palette, &_queue), count, points, false);
 }
 
 void QelDisplay::drawPolyLine(QelPort* port, const QelPalette* palette, const QelPoint& start,

@@ -8,7 +8,11 @@
 class QelDrawingScope {
  public:
   // Opens a session on `port` when none is open; the destructor closes only what it opened.
-  QelDrawingScope(const QelDisplay* display, QelPort* port) : _display(display) {
+  // An operation that is not `queued` sends the queued figures first, so that they are drawn
+  // before it.
+  QelDrawingScope(const QelDisplay* display, QelPort* port, bool queued = false)
+      : _display(display) {
+    if (!queued) display->_queue.send();
     if (!display->_drawingPort) {
       display->_drawingPort = port;
       display->_drawingClip = nullptr;
@@ -16,7 +20,9 @@ class QelDrawingScope {
     }
   }
   ~QelDrawingScope() {
-    if (_opened) _display->_drawingPort = nullptr;
+    if (!_opened) return;
+    _display->_drawingPort = nullptr;
+    _display->_queue.send();
   }
   QelDrawingScope(const QelDrawingScope&) = delete;
   QelDrawingScope& operator=(const QelDrawingScope&) = delete;

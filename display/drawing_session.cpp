@@ -50,15 +50,22 @@ void QelDisplay::closeDrawing() {
   }
   _drawingPort = nullptr;
   _drawingClip = nullptr;
+  _queue.send();
   // A session is one batch of drawing: it reaches the screen as a whole.
   if (_xDisplay && !_dumpDevice) XFlush(_xDisplay);
 }
 
+void QelDisplay::sendQueuedFigures() const {
+  _queue.send();
+}
+
 void QelDisplay::flush() const {
+  _queue.send();
   if (_xDisplay) XFlush(_xDisplay);
 }
 
 void QelDisplay::sync() const {
+  _queue.send();
   if (_xDisplay) XSync(_xDisplay, False);
 }
 

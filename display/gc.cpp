@@ -30,17 +30,23 @@ bool toXRectangle(const QelRect& r, XRectangle& out) {
 
 }  // namespace
 
+// Each change first sends the figures queued with the context: they were drawn with its old
+// state.
+
 void QelDisplay::setForeground(const QelPalette* palette, const QelColor* color) const {
+  if (palette) _queue.sendFor(palette->getGC());
   if (palette && QelCanDraw(this, nullptr, palette) && color)
     XSetForeground(_xDisplay, palette->getGC(), color->getIndex());
 }
 
 void QelDisplay::setBackground(const QelPalette* palette, const QelColor* color) const {
+  if (palette) _queue.sendFor(palette->getGC());
   if (palette && QelCanDraw(this, nullptr, palette) && color)
     XSetBackground(_xDisplay, palette->getGC(), color->getIndex());
 }
 
 void QelDisplay::setFont(const QelPalette* palette, const QelFont* font) const {
+  if (palette) _queue.sendFor(palette->getGC());
   if (palette && QelCanDraw(this, nullptr, palette) && font && !font->isFontSet() &&
       font->getXFontStruct())
     XSetFont(_xDisplay, palette->getGC(), font->getXFontStruct()->fid);
@@ -48,6 +54,7 @@ void QelDisplay::setFont(const QelPalette* palette, const QelFont* font) const {
 
 void QelDisplay::setLineStyle(const QelPalette* palette, const QelLineStyle* style,
                               uint16_t width) const {
+  if (palette) _queue.sendFor(palette->getGC());
   if (!palette || !QelCanDraw(this, nullptr, palette)) return;
   bool solid = !style || style->isSolid();
   XSetLineAttributes(_xDisplay, palette->getGC(), width, solid ? LineSolid : LineOnOffDash, CapButt,
@@ -58,6 +65,7 @@ void QelDisplay::setLineStyle(const QelPalette* palette, const QelLineStyle* sty
 }
 
 void QelDisplay::setPattern(const QelPalette* palette, const QelPattern* pattern) const {
+  if (palette) _queue.sendFor(palette->getGC());
   if (!palette || !QelCanDraw(this, nullptr, palette)) return;
   if (pattern && pattern->getBitmap()->isValid())
     XSetStipple(_xDisplay, palette->getGC(), pattern->getBitmap()->getPixmap());
@@ -65,6 +73,7 @@ void QelDisplay::setPattern(const QelPalette* palette, const QelPattern* pattern
 }
 
 void QelDisplay::setColorPattern(const QelPalette* palette, const QelColorPattern* pattern) const {
+  if (palette) _queue.sendFor(palette->getGC());
   if (!palette || !QelCanDraw(this, nullptr, palette)) return;
   if (pattern && pattern->getBitmap()->isValid())
     XSetTile(_xDisplay, palette->getGC(), pattern->getBitmap()->getPixmap());
@@ -72,6 +81,7 @@ void QelDisplay::setColorPattern(const QelPalette* palette, const QelColorPatter
 }
 
 void QelDisplay::setFillStyle(const QelPalette* palette, QelFillStyle style) const {
+  if (palette) _queue.sendFor(palette->getGC());
   if (!palette || !QelCanDraw(this, nullptr, palette)) return;
   QelPaletteAttributes attributes = palette->getAttributes();
   attributes.fillStyle = style;
@@ -79,6 +89,7 @@ void QelDisplay::setFillStyle(const QelPalette* palette, QelFillStyle style) con
 }
 
 void QelDisplay::setMode(const QelPalette* palette, QelDrawMode mode) const {
+  if (palette) _queue.sendFor(palette->getGC());
   if (!palette || !QelCanDraw(this, nullptr, palette)) return;
   XGCValues values;
   values.function = QelXFunctionOfMode(mode);
@@ -86,27 +97,32 @@ void QelDisplay::setMode(const QelPalette* palette, QelDrawMode mode) const {
 }
 
 void QelDisplay::setArcMode(const QelPalette* palette, QelArcMode mode) const {
+  if (palette) _queue.sendFor(palette->getGC());
   if (palette && QelCanDraw(this, nullptr, palette))
     XSetArcMode(_xDisplay, palette->getGC(), mode == QelArcPie ? ArcPieSlice : ArcChord);
 }
 
 void QelDisplay::setFillRule(const QelPalette* palette, QelFillRule rule) const {
+  if (palette) _queue.sendFor(palette->getGC());
   if (palette && QelCanDraw(this, nullptr, palette))
     XSetFillRule(_xDisplay, palette->getGC(), rule == QelEvenOddRule ? EvenOddRule : WindingRule);
 }
 
 void QelDisplay::setOverwrite(const QelPalette* palette, int overwrite) const {
+  if (palette) _queue.sendFor(palette->getGC());
   if (palette && QelCanDraw(this, nullptr, palette))
     XSetSubwindowMode(_xDisplay, palette->getGC(), overwrite ? IncludeInferiors : ClipByChildren);
 }
 
 void QelDisplay::setPlaneMask(const QelPalette* palette, uint32_t mask) const {
+  if (palette) _queue.sendFor(palette->getGC());
   if (!palette || !QelCanDraw(this, nullptr, palette)) return;
   const_cast<QelPalette*>(palette)->_planeMask = palettePlaneMask() & mask;
   XSetPlaneMask(_xDisplay, palette->getGC(), palette->getPlaneMask());
 }
 
 void QelDisplay::setClip(const QelPalette* palette, const QelRect* rect) const {
+  if (palette) _queue.sendFor(palette->getGC());
   if (_dumpDevice) return _dumpDevice->setClip(palette, rect);
   if (!rect) {
     setClip(palette, static_cast<const QelRegion*>(nullptr));
@@ -117,6 +133,7 @@ void QelDisplay::setClip(const QelPalette* palette, const QelRect* rect) const {
 }
 
 void QelDisplay::setClip(const QelPalette* palette, const QelRegion* region) const {
+  if (palette) _queue.sendFor(palette->getGC());
   if (_dumpDevice) {
     _dumpDevice->setClip(palette, region);
     return;
@@ -144,6 +161,7 @@ void QelDisplay::setClip(const QelPalette* palette, const QelRegion* region) con
 
 void QelDisplay::setClip(const QelPalette* palette, int32_t x, int32_t y,
                          const QelBitmap* mask) const {
+  if (palette) _queue.sendFor(palette->getGC());
   if (_dumpDevice) return _dumpDevice->setClip(palette, x, y, mask);
   if (!palette || !QelCanDraw(this, nullptr, palette)) return;
   palette->_hasClip = mask != nullptr;
@@ -155,6 +173,7 @@ void QelDisplay::setClip(const QelPalette* palette, int32_t x, int32_t y,
 }
 
 void QelDisplay::setClipOrigin(const QelPalette* palette, int32_t x, int32_t y) const {
+  if (palette) _queue.sendFor(palette->getGC());
   if (_dumpDevice) return _dumpDevice->setClipOrigin(palette, x, y);
   if (!palette || !QelCanDraw(this, nullptr, palette)) return;
   palette->_clipOrigin = QelPoint(x, y);

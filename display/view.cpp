@@ -99,14 +99,16 @@ void QelAbstractView::erase(const QelRect& rect, int reDraw) {
   QelRect visible(0, 0, width(), height());
   visible.intersection(rect);
   if (visible.isEmpty()) return;
+  getDisplay()->sendQueuedFigures();
   XClearArea(xDisplay, getDrawable(), visible.x, visible.y, visible.w, visible.h,
              reDraw ? True : False);
 }
 
 void QelAbstractView::erase(int reDraw) {
   Display* xDisplay = getDisplay() ? getDisplay()->getXDisplay() : nullptr;
-  if (xDisplay && getDrawable())
-    XClearArea(xDisplay, getDrawable(), 0, 0, 0, 0, reDraw ? True : False);
+  if (!xDisplay || !getDrawable()) return;
+  getDisplay()->sendQueuedFigures();
+  XClearArea(xDisplay, getDrawable(), 0, 0, 0, 0, reDraw ? True : False);
 }
 
 void QelAbstractView::setBackground(QelColor* color) {
