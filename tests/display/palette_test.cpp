@@ -162,29 +162,6 @@ TEST_F(PaletteTest, ANamedPatternOutlivesTheLastPaletteUsingIt) {
   delete pattern;
 }
 
-TEST_F(PaletteTest, PositionalConstructorPlacesEveryAttribute) {
-  QelColor* bg = display->getColor("yellow");
-  QelColor* fg = display->getColor("navy");
-  QelLineStyle* dash = display->getLineStyle("dash");
-  QelFont* fixed = display->getFont("fixed");
-  QelPalette palette(display, bg, fg, fixed, nullptr, nullptr, dash, 4, 1, QelFillMaskPattern,
-                     QelArcChord, QelWindingRule);
-  EXPECT_FALSE(palette.isShared());
-  const QelPaletteAttributes& a = palette.getAttributes();
-  EXPECT_TRUE(a.background == bg && a.foreground == fg && a.font == fixed);
-  EXPECT_TRUE(a.pattern == display->solidPattern() && !a.colorPattern && a.lineStyle == dash);
-  EXPECT_EQ(a.lineWidth, 4);
-  EXPECT_EQ(a.overwrite, 1);
-  EXPECT_EQ(a.fillStyle, QelFillMaskPattern);
-  EXPECT_EQ(a.arcMode, QelArcChord);
-  EXPECT_EQ(a.fillRule, QelWindingRule);
-  XGCValues v = gcValues(&palette, GCLineWidth | GCSubwindowMode | GCArcMode | GCFillRule);
-  EXPECT_EQ(v.line_width, 4);
-  EXPECT_EQ(v.subwindow_mode, IncludeInferiors);
-  EXPECT_EQ(v.arc_mode, ArcChord);
-  EXPECT_EQ(v.fill_rule, WindingRule);
-}
-
 // A chart clips its palette to the damaged region and a graphic it draws clips the same palette
 // again: the inner scope's end must give the outer clip back, not remove it.
 TEST_F(PaletteTest, NestedClipScopesPutThePreviousClipBack) {
