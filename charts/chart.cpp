@@ -47,12 +47,6 @@ uint32_t grownBy2(uint32_t extent) {
 
 }  // namespace
 
-int32_t QelTruncToPixel(double value) {
-  if (std::isnan(value)) return 0;
-  return int32_t(std::clamp(std::trunc(value), double(std::numeric_limits<int32_t>::min()),
-                            double(std::numeric_limits<int32_t>::max())));
-}
-
 int QelChartModuleInit() {
   QelGraphicModuleInit();
   return QelInitializeOnce(chartModuleState, initializeChartModule);

@@ -153,5 +153,9 @@ class QelPolylineChart : public QelChart {
 int QelChartModuleInit();
 
 // A float of view space as a pixel coordinate: truncated toward zero and held to 32 bits (NaN
-// gives 0), so that no data value can make the conversion undefined.
-int32_t QelTruncToPixel(double value);
+// gives 0), so that no data value can make the conversion undefined. Inline: every point of
+// every chart drawn passes here.
+inline int32_t QelTruncToPixel(double value) {
+  if (!(value > -2147483648.0)) return value < 0 ? INT32_MIN : 0;  // below the range, or NaN
+  return value < 2147483647.0 ? int32_t(value) : INT32_MAX;
+}

@@ -858,11 +858,11 @@ bool QelChartContainer::drawIndexedCharts(QelPort* port, const QelRegion& region
   // When a quarter of the charts or more are reached, walking the run in order is cheaper than
   // sorting them: the query stops as soon as it knows.
   const size_t most = (size_t(_chartCount) + 3) / 4;
-  if (_oddCharts.size() >= most) return false;
+  const double lo = (left - _commonOriginX) / _commonXScale,
+               hi = (right - _commonOriginX) / _commonXScale;
+  if (_oddCharts.size() >= most || _index.reachesAll(lo, hi)) return false;
   std::vector<QelAbstractChart*> found(_oddCharts.begin(), _oddCharts.end());
-  if (!_index.query((left - _commonOriginX) / _commonXScale,
-                    (right - _commonOriginX) / _commonXScale, found, most - 1))
-    return false;
+  if (!_index.query(lo, hi, found, most - 1)) return false;
   std::vector<std::pair<uint64_t, QelAbstractChart*>> ordered;
   ordered.reserve(found.size());
   for (QelAbstractChart* chart : found) ordered.emplace_back(drawingOrder(chart), chart);

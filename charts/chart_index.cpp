@@ -2,6 +2,7 @@
 
 #include "charts/chart.h"
 
+#include <algorithm>
 #include <cmath>
 #include <limits>
 
@@ -29,6 +30,8 @@ void QelChartIndex::insert(QelAbstractChart* chart, float lo, float hi) {
   if (!chart) return;
   remove(chart);
   const int k = lengthClassOf(lo, hi);
+  if (k != kEverywhere)
+    _lowest = std::min<double>(_lowest, lo), _highest = std::max<double>(_highest, hi);
   _entries.emplace(static_cast<const QelGraphic*>(chart), Entry{lo, hi, k});
   _classes[k].emplace(k == kEverywhere ? 0.0f : lo, Item{hi, chart});
 }
@@ -47,11 +50,13 @@ void QelChartIndex::remove(const QelGraphic* chart) {
     }
   if (starts.empty()) _classes.erase(lengthClass);
   _entries.erase(entry);
+  if (_entries.empty()) clear();
 }
 
 void QelChartIndex::clear() {
   _entries.clear();
   _classes.clear();
+  _lowest = HUGE_VAL, _highest = -HUGE_VAL;
 }
 
 bool QelChartIndex::query(double lo, double hi, std::vector<QelAbstractChart*>& out,

@@ -4,6 +4,7 @@
 // factor of two), so that a query looks only at the charts that start near the strip.
 #pragma once
 
+#include <cmath>
 #include <cstddef>
 #include <map>
 #include <unordered_map>
@@ -27,6 +28,9 @@ class QelChartIndex {
   bool query(double lo, double hi, std::vector<QelAbstractChart*>& out,
              size_t limit = size_t(-1)) const;
   size_t size() const { return _entries.size(); }
+  // Whether [lo, hi] meets every extent filed since the index was last empty. Removals do not
+  // shrink what this covers, so it may answer false where a query would reach every chart.
+  bool reachesAll(double lo, double hi) const { return lo <= _lowest && hi >= _highest; }
 
  private:
   static constexpr int kEverywhere = 1 << 20;  // the class of extents that are not finite
@@ -44,4 +48,6 @@ class QelChartIndex {
 
   std::unordered_map<const QelGraphic*, Entry> _entries;
   std::map<int, Starts> _classes;
+  // The span of the finite extents filed (those that are not finite meet every strip anyway).
+  double _lowest = HUGE_VAL, _highest = -HUGE_VAL;
 };
