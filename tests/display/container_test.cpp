@@ -13,7 +13,6 @@
 #include "tests/support/motif_host.h"
 
 #include <X11/keysym.h>
-#include <Xm/DrawingA.h>
 #include <Xm/Xm.h>
 
 namespace kestrel::test {
@@ -163,15 +162,6 @@ TEST_F(ContainerTest, PressDragAndReleaseElsewhereAllReachThePressedObject) {
   EXPECT_EQ(interactor.calls[2], (Call{a, QelDoubleClick}));
   EXPECT_EQ(container->getPressedObject(), a);
   QelSetDoubleClickPeriod(0);
-
-  // Caps Lock left on changes nothing: the press is a plain one and picks B.
-  host->type(XK_Caps_Lock);
-  interactor.calls.clear();
-  clickAt(160, 110);
-  ASSERT_TRUE(host->pumpUntil([&] { return !interactor.calls.empty(); }));
-  host->type(XK_Caps_Lock);
-  EXPECT_EQ(interactor.calls.front(), (Call{b, QelButtonDown}));
-  EXPECT_EQ(container->getPressedObject(), b);
 }
 
 TEST_F(ContainerTest, ObjectDeletedWhileHeldLeavesNoDanglingEntry) {
@@ -303,31 +293,6 @@ TEST_F(ContainerTest, DoubleBufferingDrawsTheSamePixelsAndServesExposuresFromThe
   ASSERT_EQ(container->setDoubleBuffering(0), 1);
   EXPECT_FALSE(container->isDoubleBuffering());
   EXPECT_EQ(container->getDoubleBuffer(), nullptr);
-}
-
-TEST_F(ContainerTest, FailedBitmapWarnsAndLeavesDirectDrawingInPlace) {
-  // A drawing area wider than any pixmap can be: X pixmaps stop at 32767 pixels.
-  Widget shell = XtVaAppCreateShell("wide", "Tessellar", applicationShellWidgetClass, xDisplay,
-                                    XmNwidth, Dimension(40000), XmNheight, Dimension(60), nullptr);
-  Widget area = XtVaCreateManagedWidget("area", xmDrawingAreaWidgetClass, shell, XmNwidth,
-                                        Dimension(40000), XmNheight, Dimension(60), nullptr);
-  XtRealizeWidget(shell);
-  host->settle();
-  {
-    QelContainer wide(display, area, 0);
-    wide.addObject(new QelFilledRectangle(display, QelRect(5, 5, 30, 30), red), 0);
-    CapturedMessages messages;
-    EXPECT_EQ(wide.setDoubleBuffering(1), 0);
-    EXPECT_FALSE(wide.isDoubleBuffering());
-    ASSERT_EQ(messages.warnings().size(), 1u);
-    EXPECT_EQ(messages.warnings()[0], display->getMessage("&QelCSDBCouldntAllBm"));
-    wide.reDraw();
-    XSync(xDisplay, False);
-    Image image = readWindow(xDisplay, XtWindow(area), 0, 0, 40, 40);
-    EXPECT_EQ(image.at(10, 10), kRed);
-  }
-  XtDestroyWidget(shell);
-  host->settle();
 }
 
 TEST_F(ContainerTest, ObjectsAreNamedRemovedAndReadBackFromAFile) {
