@@ -3,6 +3,7 @@
 #include <X11/Xlib.h>
 
 #include <algorithm>
+#include <charconv>
 #include <climits>
 #include <cmath>
 #include <cstdio>
@@ -131,6 +132,19 @@ QelPosition normalDirection(QelPosition direction) {
   }
 }
 
+// snprintf of one value. Whole numbers in "%.0f", what a time axis relabels at every tick, are
+// written directly: the same text, without the cost of formatting a float.
+void formatLabel(char* buffer, size_t size, const char* format, double value) {
+  if (std::strcmp(format, "%.0f") == 0 && value == std::trunc(value) && std::fabs(value) < 1e15) {
+    const bool negativeZero = value == 0 && std::signbit(value);
+    char* end = std::to_chars(buffer, buffer + size - 1, int64_t(value)).ptr;
+    if (negativeZero) std::strcpy(buffer, "-0"), end = buffer + 2;
+    *end = '\0';
+    return;
+  }
+  std::snprintf(buffer, size, format, value);
+}
+
 }  // namespace
 
 int QelScaleModuleInit() {
@@ -252,7 +266,7 @@ void QelScale::setLabels(uint16_t count, float min, float max, const char* forma
   float value = min;
   char buffer[kLabelBuffer];
   for (uint16_t i = 0; i < count; ++i, value = value + delta) {
-    std::snprintf(buffer, sizeof buffer, format, double(value));
+    formatLabel(buffer, sizeof buffer, format, double(value));
     // A relabelled axis mostly repeats its texts: those keep their measured sizes.
     std::optional<std::string>& label = _labels[i];
     if (label && *label == buffer) continue;
