@@ -283,7 +283,10 @@ class QelDisplay {
   void closeDrawing();
   QelPort* getDrawingPort() const { return _drawingPort; }
   const QelRegion* getDrawingClip() const { return _drawingClip; }
-  void setDumpDevice(QelDumpDevice* device) { _dumpDevice = device; }
+  void setDumpDevice(QelDumpDevice* device) {
+    _queue.send();  // what was queued before goes to X
+    _dumpDevice = device;
+  }
   QelDumpDevice* getDumpDevice() const { return _dumpDevice; }
 
   // --- Drawing -----------------------------------------------------------------------------------
