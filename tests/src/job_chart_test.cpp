@@ -138,6 +138,10 @@ TEST_F(JobChartTest, TheWindowFollowsThePresentUntilTheUserScrollsBack) {
   setElapsedTime(chart, 50);
   EXPECT_EQ(chart->getStartTime(), 40);
   EXPECT_EQ(chart->getEndTime(), 50);
+  // The bar counts whole seconds: a fraction is cut, not rounded.
+  setElapsedTime(chart, 50.7f);
+  EXPECT_EQ(bar->getMax(), 50);
+  EXPECT_EQ(bar->getValue(), 40);
 }
 
 TEST_F(JobChartTest, UnitsCaptionRoundingAndTheWrappedHeight) {
