@@ -1,10 +1,8 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <cstdio>
 #include <cstring>
 #include <memory>
-#include <sstream>
 #include <string>
 #include <utility>
 #include <vector>
@@ -12,8 +10,6 @@
 #include "charts/scale.h"
 #include "display/dump_device.h"
 #include "display/palette.h"
-#include "graphics/input_file.h"
-#include "graphics/output_file.h"
 #include "graphics/region.h"
 #include "graphics/transformer.h"
 #include "tests/support/data_files.h"
@@ -23,15 +19,15 @@
 namespace kestrel::test {
 namespace {
 
-constexpr uint32_t kBlue = 0x0000ff;
+constexpr uint32_t kWhite = 0xffffff, kBlue = 0x0000ff;
 
 class ScaleTest : public DisplayTest {
  protected:
   void SetUp() override { QelScaleModuleInit(); }
   // Blue text and lines in the core font "fixed" (6 by 13 cells).
-  QelPalette* fixed(const char* font = "fixed") {
+  QelPalette* fixed() {
     return display->getPalette(display->getColor("white"), display->getColor("blue"), nullptr,
-                               nullptr, display->getFont(font));
+                               nullptr, display->getFont("fixed"));
   }
   std::unique_ptr<QelRectangularScale> scale(QelPoint origin, uint32_t size, QelPosition direction,
                                              QelPosition position, uint16_t steps,
@@ -46,6 +42,19 @@ class ScaleTest : public DisplayTest {
     s.draw(port, t, nullptr);
     return read(port);
   }
+  // The ink the labels add to the scale drawn without them.
+  QelRect labelInk(QelRectangularScale& s, uint16_t count, const char* const* texts) {
+    s.setLabels(count, texts);
+    Image labelled = drawn(s);
+    s.setLabels(count, nullptr);
+    const Image bare = drawn(s);
+    return extentOf(labelled, kBlue, &bare);
+  }
+  static uint32_t labelWidth(const QelScale& s, uint16_t index) {
+    uint32_t w, a, d;
+    s.getLabelSizes(index, w, a, d);
+    return w;
+  }
 };
 
 TEST_F(ScaleTest, GeneratedLabelsAccumulateInSinglePrecision) {
@@ -54,30 +63,26 @@ TEST_F(ScaleTest, GeneratedLabelsAccumulateInSinglePrecision) {
     uint16_t count;
     const char* format;
     uint16_t index;
-    const char* accumulated;  // worked out by hand, one float addition at a time
-    const char* direct;       // min + index * delta, which the labels must not show
+    // Worked out by hand, one float addition at a time; min + index * delta would give
+    // "0.8000000" and "7.8" in the first two rows.
+    const char* label;
   };
   const Row rows[] = {
-      {0, 1, 11, "%.7f", 8, "0.8000001", "0.8000000"},
-      {0, 10, 101, "%.6g", 78, "7.79999", "7.8"},
-      {-5, 5, 3, "%+.1f", 2, "+5.0", "+5.0"},
+      {0, 1, 11, "%.7f", 8, "0.8000001"},
+      {0, 10, 101, "%.6g", 78, "7.79999"},
+      {-5, 5, 3, "%+.1f", 2, "+5.0"},
   };
   for (const Row& row : rows) {
     QelRectangularScale s(display, QelPoint(), 100, row.format, row.min, row.max, QelLeft,
                           QelBottom, row.count, 0, 4, 2, fixed());
-    EXPECT_STREQ(s.getLabel(row.index), row.accumulated) << row.format;
-    char direct[80];
-    const float delta = (row.max - row.min) / float(row.count - 1);
-    std::snprintf(direct, sizeof direct, row.format, double(row.min + float(row.index) * delta));
-    EXPECT_STREQ(direct, row.direct) << row.format;
+    EXPECT_STREQ(s.getLabel(row.index), row.label) << row.format;
   }
 
   QelRectangularScale s(display, QelPoint(), 100, "%.100f", 0, 1, QelLeft, QelBottom, 2, 0, 4, 2,
                         fixed());
   EXPECT_EQ(std::strlen(s.getLabel(1)), 79u);
+  EXPECT_EQ(labelWidth(s, 1), 79u * 6);
   uint32_t w, a, d;
-  s.getLabelSizes(1, w, a, d);
-  EXPECT_EQ(w, 79u * 6);
   s.getLabelSizes(2, w, a, d);
   EXPECT_EQ(w + a + d, 0u);
 
@@ -101,11 +106,9 @@ TEST_F(ScaleTest, GeneratedLabelsAccumulateInSinglePrecision) {
   const char* texts[] = {"a", nullptr, "ccc"};
   s.setLabels(3, texts);
   EXPECT_EQ(s.getLabel(1), nullptr);
-  s.getLabelSizes(2, w, a, d);
-  EXPECT_EQ(w, 18u);
+  EXPECT_EQ(labelWidth(s, 2), 18u);
   s.setLabel(1, "bb");
-  s.getLabelSizes(1, w, a, d);
-  EXPECT_EQ(w, 12u);
+  EXPECT_EQ(labelWidth(s, 1), 12u);
 }
 
 TEST_F(ScaleTest, RectangleAndOriginRoundTripForEveryDirectionAndPosition) {
@@ -145,33 +148,35 @@ TEST_F(ScaleTest, TicksStandAtTruncatedStepsFromEitherEnd) {
     QelPosition direction, position;
     QelPoint origin;
     int across;  // a row (horizontal) or column (vertical) through the ticks only
+    bool integer;
+    std::vector<int> ticks;
   };
   // Four steps over 100 pixels: 33.33 apart, truncated, from whichever end the origin is.
+  // Integer steps truncate the step itself: three steps of 33 end a pixel short.
+  const std::vector<int> exact = {20, 53, 86, 120};
   const Row rows[] = {
-      {QelLeft, QelBottom, {20, 30}, 33},  {QelRight, QelBottom, {120, 30}, 33},
-      {QelLeft, QelTop, {20, 30}, 27},     {QelTop, QelRight, {30, 20}, 33},
-      {QelBottom, QelLeft, {30, 120}, 27},
+      {QelLeft, QelBottom, {20, 30}, 33, false, exact},
+      {QelRight, QelBottom, {120, 30}, 33, false, exact},
+      {QelLeft, QelTop, {20, 30}, 27, false, exact},
+      {QelTop, QelRight, {30, 20}, 33, false, exact},
+      {QelBottom, QelLeft, {30, 120}, 27, false, exact},
+      {QelLeft, QelBottom, {20, 30}, 33, true, {20, 53, 86, 119}},
   };
   for (const Row& row : rows) {
     auto s = scale(row.origin, 100, row.direction, row.position, 4);
+    s->setIntegerSteps(row.integer);
     Image image = drawn(*s, 160, 160);
     std::vector<int> ticks;
     const bool horizontal = row.direction == QelLeft || row.direction == QelRight;
     for (int i = 0; i < 160; ++i)
       if ((horizontal ? image.at(i, row.across) : image.at(row.across, i)) == kBlue)
         ticks.push_back(i);
-    EXPECT_EQ(ticks, (std::vector<int>{20, 53, 86, 120})) << row.direction << ' ' << row.position;
+    EXPECT_EQ(ticks, row.ticks) << row.direction << ' ' << row.position << ' ' << row.integer;
+    // With integer steps the base line ends at the last tick, too.
+    if (row.integer) {
+      EXPECT_TRUE(pixelsAre(image, {{119, 30, kBlue}, {120, 30, kWhite}}));
+    }
   }
-  // Integer steps truncate the step itself: three steps of 33 end a pixel short.
-  auto s = scale(QelPoint(20, 30), 100, QelLeft, QelBottom, 4);
-  s->setIntegerSteps(1);
-  Image image = drawn(*s, 160, 160);
-  std::vector<int> ticks;
-  for (int x = 0; x < 160; ++x)
-    if (image.at(x, 33) == kBlue) ticks.push_back(x);
-  EXPECT_EQ(ticks, (std::vector<int>{20, 53, 86, 119}));
-  EXPECT_EQ(image.at(119, 30), kBlue);
-  EXPECT_NE(image.at(120, 30), kBlue);
 }
 
 TEST_F(ScaleTest, LabelSkipFollowsLabelWidthsAndOverlap) {
@@ -189,45 +194,36 @@ TEST_F(ScaleTest, LabelSkipFollowsLabelWidthsAndOverlap) {
     auto s = scale(QelPoint(20, 30), row.size, QelLeft, QelBottom, row.steps, 2);
     std::vector<const char*> texts(row.steps, "123456789");
     s->setLabels(row.steps, texts.data());
-    uint32_t w, a, d;
-    s->getLabelSizes(0, w, a, d);
-    ASSERT_EQ(w, 54u);
+    ASSERT_EQ(labelWidth(*s, 0), 54u);
     EXPECT_EQ(s->getNumberOfSkippedSteps(), 1u) << "keep all labels is the default";
     s->setKeepAllLabels(0);
     s->setModified(1);
     EXPECT_EQ(s->getNumberOfSkippedSteps(), row.expected) << row.steps;
   }
 
-  // Minor ticks halfway between majors, only while every tick is drawn.
+  // Minor ticks halfway between majors (20 + 12.5, three pixels long), only while every tick is
+  // drawn: with the skip, tick 1 is left out and tick 3 drawn.
   auto s = scale(QelPoint(20, 30), 100, QelLeft, QelBottom, 5, 2);
-  Image all = drawn(*s);
-  EXPECT_EQ(all.at(32, 32), kBlue);  // 20 + 12.5, three pixels long
-  EXPECT_EQ(all.at(45, 34), kBlue);
+  EXPECT_TRUE(pixelsAre(drawn(*s), {{32, 32, kBlue}, {45, 34, kBlue}}));
   std::vector<const char*> texts(5, "123456789");
   s->setLabels(5, texts.data());
   s->setKeepAllLabels(0);
-  Image skipped = drawn(*s);
-  EXPECT_NE(skipped.at(32, 32), kBlue);
-  EXPECT_NE(skipped.at(45, 34), kBlue);  // tick 1 is skipped
-  EXPECT_EQ(skipped.at(95, 34), kBlue);  // tick 3 is drawn
+  EXPECT_TRUE(pixelsAre(drawn(*s), {{32, 32, kWhite}, {45, 34, kWhite}, {95, 34, kBlue}}));
 
   // A new font is measured at once, but the skip waits for the next change.
   s->setFont(display->getFont("10x20"));
-  uint32_t w, a, d;
-  s->getLabelSizes(0, w, a, d);
-  EXPECT_EQ(w, 90u);
+  EXPECT_EQ(labelWidth(*s, 0), 90u);
   EXPECT_EQ(s->getNumberOfSkippedSteps(), 3u);
   // Now (4 * 94) / 100 = 3; label 3 (x 50..140, grown 48) overlaps label 0 (-25..65): k = 4.
   s->setSize(100);
   EXPECT_EQ(s->getNumberOfSkippedSteps(), 4u);
-
   // On an axis of one pixel only the first label shows.
   s->setSize(1);
   EXPECT_EQ(s->getNumberOfSkippedSteps(), 5u);
-  QelRect first, all5;
+  QelRect first, all;
   s->labelBBox(0, first);
-  s->labelsBBox(all5);
-  EXPECT_EQ(all5, first);
+  s->labelsBBox(all);
+  EXPECT_EQ(all, first);
 }
 
 TEST_F(ScaleTest, LabelsStandFourPixelsBeyondTheTickEnd) {
@@ -262,29 +258,22 @@ TEST_F(ScaleTest, LabelsStandFourPixelsBeyondTheTickEnd) {
   };
   for (const Row& row : rows) {
     auto s = scale(QelPoint(60, 60), 100, row.direction, row.position, 2);
-    s->setLabels(2, texts);
     s->setVerticalLabels(row.vertical);
-    Image labelled = drawn(*s);
-    s->setLabels(2, nullptr);
-    Image bare = drawn(*s);
     QelRect expected = ink;
     expected.translate(row.text.x, row.text.y);
-    EXPECT_EQ(extentOf(labelled, kBlue, &bare), expected)
+    EXPECT_EQ(labelInk(*s, 2, texts), expected)
         << row.direction << ' ' << row.position << ' ' << row.vertical;
   }
 
-  // Between ticks each label moves half a step on, and the last one is left out.
+  // Between ticks each label moves half a step on, and the last one is left out: "a" from
+  // 45 - 3, "b" from 95 - 3 and no "c" at 145 - 3.
   const char* abc[] = {"a", "b", "c"};
   auto s = scale(QelPoint(20, 30), 100, QelLeft, QelBottom, 3);
-  s->setLabels(3, abc);
   s->setLabelsBetweenTicks(1);
-  Image labelled = drawn(*s);
-  s->setLabels(3, nullptr);
-  const Image bare = drawn(*s);
-  QelRect text = extentOf(labelled, kBlue, &bare);
-  EXPECT_GE(text.x, 42);          // "a" from 45 - 3
-  EXPECT_GT(text.right64(), 92);  // "b" from 95 - 3
-  EXPECT_LE(text.right64(), 98);  // and no "c" at 145 - 3
+  QelRect text = labelInk(*s, 3, abc);
+  EXPECT_GE(text.x, 42);
+  EXPECT_GT(text.right64(), 92);
+  EXPECT_LE(text.right64(), 98);
 }
 
 TEST_F(ScaleTest, BoundingBoxCoversEverythingDrawn) {
@@ -331,60 +320,27 @@ TEST_F(ScaleTest, ScalesRoundTripThroughDataFiles) {
   auto bare = scale(QelPoint(5, 6), 40, QelBottom, QelRight, 3);
   bare->setIntegerSteps(1);
   bare->setLabelsBetweenTicks(1);
+  std::vector<std::unique_ptr<QelGraphic>> loaded;
   std::string text;
-  auto loaded = roundTrip(display, {s.get(), bare.get()}, &text);
-  ASSERT_EQ(loaded.size(), 2u) << text;
-  QelGraphic *first = loaded[0].get(), *second = loaded[1].get();
-  auto* read = dynamic_cast<QelRectangularScale*>(first);
-  ASSERT_NE(read, nullptr);
-  EXPECT_EQ(read->getRect(), s->getRect());
-  EXPECT_EQ(read->getDirection(), QelRight);
-  EXPECT_EQ(read->getPosition(), QelTop);
-  EXPECT_EQ(read->getSubSteps(), 2u);
-  EXPECT_STREQ(read->getLabel(0), "say \"hi\"");
-  EXPECT_EQ(read->getLabel(1), nullptr);
-  EXPECT_STREQ(read->getLabel(2), "");
-  EXPECT_STREQ(read->getLabel(3), "back\\slash");
-  uint32_t w, a, d;
-  read->getLabelSizes(0, w, a, d);
-  EXPECT_EQ(w, 6u * 8);
-  EXPECT_TRUE(read->getVerticalLabels());
-  EXPECT_FALSE(read->getKeepAllLabels());
+  ASSERT_TRUE(readBackSavesTheSame(display, {s.get(), bare.get()}, loaded, text));
+  // Label sizes and the skip are not in the file: measured again.
+  auto* read = static_cast<QelRectangularScale*>(loaded[0].get());
+  EXPECT_EQ(labelWidth(*read, 0), 6u * 8);
   EXPECT_EQ(read->getNumberOfSkippedSteps(), s->getNumberOfSkippedSteps());
-  auto* other = dynamic_cast<QelRectangularScale*>(second);
-  ASSERT_NE(other, nullptr);
-  EXPECT_FALSE(other->hasLabels());
-  EXPECT_TRUE(other->getIntegerSteps());
-  EXPECT_TRUE(other->getLabelsBetweenTicks());
-  std::ostringstream again;
-  QelGraphic* graphics[] = {s.get(), bare.get()};
-  ASSERT_TRUE(QelSaveGraphics(again, 2, graphics));
-  EXPECT_EQ(again.str().substr(again.str().find("GraphicObjects")),
-            text.substr(text.find("GraphicObjects")));
 
   // Labels on a scale of fewer than two steps, short label lists, steps beyond 16 bits, a
   // direction that is no side, a position along the axis, flags beyond 0 and 1, and missing
   // fields are refused.
-  const std::string fields = "-70300 7 300 5 4 2 5 3 1", flags = "2 4 0 1 0 0";
-  ASSERT_NE(text.find(fields), std::string::npos) << text;
-  ASSERT_NE(text.find(flags), std::string::npos) << text;
-  const std::pair<const std::string*, const char*> bad[] = {
-      {&fields, "-70300 7 300 5 1 2 5 3 1"},
-      {&fields, "-70300 7 300 5 5 2 5 3 1"},
-      {&fields, "-70300 7 300 5 65536 2 5 3 1"},
-      {&flags, "3 4 0 1 0 0"},
-      {&flags, "2 1 0 1 0 0"},
-      {&flags, "2 4 2 1 0 0"},
-      {&flags, "2 4 0 1 0"}};
-  for (const auto& [what, replacement] : bad) {
-    std::string broken = text;
-    broken.replace(broken.find(*what), what->size(), replacement);
-    std::stringstream in(broken);
-    CapturedMessages messages;
-    std::vector<QelGraphic*> result = QelLoadGraphics(in, display);
-    EXPECT_TRUE(result.empty()) << replacement;
-    for (QelGraphic* g : result) delete g;
-  }
+  const char *fields = "-70300 7 300 5 4 2 5 3 1", *flags = "2 4 0 1 0 0";
+  const std::pair<const char*, const char*> bad[] = {{fields, "-70300 7 300 5 1 2 5 3 1"},
+                                                     {fields, "-70300 7 300 5 5 2 5 3 1"},
+                                                     {fields, "-70300 7 300 5 65536 2 5 3 1"},
+                                                     {flags, "3 4 0 1 0 0"},
+                                                     {flags, "2 1 0 1 0 0"},
+                                                     {flags, "2 4 2 1 0 0"},
+                                                     {flags, "2 4 0 1 0"}};
+  CapturedMessages messages;
+  for (const auto& [from, to] : bad) EXPECT_TRUE(loadEdited(display, text, from, to).empty()) << to;
 }
 
 // Records what reaches it instead of the screen.
