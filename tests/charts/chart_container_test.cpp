@@ -11,6 +11,7 @@
 #include <random>
 #include <set>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "charts/chart_interactors.h"
@@ -109,15 +110,11 @@ class ChartContainerTest : public ChartFixture {
 };
 
 TEST(ChartContainerIndexTest, PositionsMapToScaleSlotsAndBack) {
-  struct Row {
-    unsigned position;
-    int index;
-  };
-  for (Row row :
+  using Row = std::pair<unsigned, int>;  // position, scale slot
+  for (auto [position, index] :
        {Row{QelBottom, 0}, Row{QelLeft, 1}, Row{QelRight, 2}, Row{QelTop, -1},
         Row{QelHorizontal, -1}, Row{QelVertical, -1}, Row{QelLeft | QelBottom, -1}, Row{0, -1}})
-    EXPECT_EQ(QelChartContainer::positionToIndex(QelPosition(row.position)), row.index)
-        << row.position;
+    EXPECT_EQ(QelChartContainer::positionToIndex(QelPosition(position)), index) << position;
   EXPECT_EQ(QelChartContainer::indexToPosition(0), QelBottom);
   EXPECT_EQ(QelChartContainer::indexToPosition(2), QelRight);
   EXPECT_EQ(QelChartContainer::indexToPosition(-1), 0);
@@ -127,21 +124,19 @@ TEST(ChartContainerIndexTest, PositionsMapToScaleSlotsAndBack) {
 TEST_F(ChartContainerTest, ZoomThatChangesNothingNeitherStoresNorDraws) {
   container->zoomCharts(QelPosition(QelHorizontal | QelVertical), 0, 10, 0, 5, 0);
   float nan = std::numeric_limits<float>::quiet_NaN(), inf = std::numeric_limits<float>::infinity();
-  struct Row {
-    unsigned positions;
-    float xMin, xMax, yMin, yMax;
-  };
-  for (Row row : {Row{QelHorizontal, 3, 3, 0, 0}, Row{QelVertical, 0, 0, 2, 2},
-                  Row{QelHorizontal | QelVertical, 0, 10, 0, 5}, Row{QelHorizontal, 5, 1, 0, 0},
-                  Row{QelHorizontal, nan, 4, 0, 0}, Row{QelVertical, 0, 0, -inf, inf},
-                  Row{QelLeft | QelBottom, 1, 2, 1, 2}}) {
+  using Row = std::tuple<unsigned, float, float, float, float>;  // positions, ranges
+  for (auto [positions, xMin, xMax, yMin, yMax] :
+       {Row{QelHorizontal, 3, 3, 0, 0}, Row{QelVertical, 0, 0, 2, 2},
+        Row{QelHorizontal | QelVertical, 0, 10, 0, 5}, Row{QelHorizontal, 5, 1, 0, 0},
+        Row{QelHorizontal, nan, 4, 0, 0}, Row{QelVertical, 0, 0, -inf, inf},
+        Row{QelLeft | QelBottom, 1, 2, 1, 2}}) {
     container->calls.clear();
     QelSetDrawTrace(1);
     testing::internal::CaptureStdout();
-    container->zoomCharts(QelPosition(row.positions), row.xMin, row.xMax, row.yMin, row.yMax, 1);
+    container->zoomCharts(QelPosition(positions), xMin, xMax, yMin, yMax, 1);
     std::string traced = testing::internal::GetCapturedStdout();
     QelSetDrawTrace(0);
-    EXPECT_EQ(traced, "") << row.positions << ' ' << row.xMin << ' ' << row.xMax;
+    EXPECT_EQ(traced, "") << positions << ' ' << xMin << ' ' << xMax;
     EXPECT_TRUE(container->calls.empty());
     EXPECT_EQ(ranges(), (Ranges{0, 10, 0, 5}));
   }
@@ -245,10 +240,7 @@ TEST_F(ChartContainerTest, ChartListFollowsTheObjectListThroughEveryOperation) {
 TEST_F(ChartContainerTest, AcceleratorsScrollAndZoomWithinTheLimits) {
   container->addChart(line({{0, 0}, {100, 40}}), 0);
   zoomBoth(0, 40, 0, 20);
-  struct Row {
-    unsigned long keysym;
-    Ranges after;
-  };
+  using Row = std::pair<unsigned long, Ranges>;  // the key and the ranges after it
   // Steps are a quarter of the range (the scales have five ticks); at a limit the step is cut.
   const Row rows[] = {
       {XK_Right, {10, 50, 0, 20}}, {XK_Right, {20, 60, 0, 20}}, {XK_Left, {10, 50, 0, 20}},
@@ -259,9 +251,9 @@ TEST_F(ChartContainerTest, AcceleratorsScrollAndZoomWithinTheLimits) {
       {XK_u, {0, 60, 15, 35}},     {XK_F, {0, 100, 15, 35}},    {XK_f, {0, 100, 0, 40}},
       {XK_Right, {0, 100, 0, 40}}, {XK_z, {0, 100, 10, 30}},    {XK_B, {0, 100, 0, 40}},
   };
-  for (const Row& row : rows) {
-    press(row.keysym);
-    EXPECT_EQ(ranges(), row.after) << XKeysymToString(row.keysym);
+  for (const auto& [keysym, after] : rows) {
+    press(keysym);
+    EXPECT_EQ(ranges(), after) << XKeysymToString(keysym);
   }
   // The step is cut to what is left before the limit.
   container->zoomCharts(QelHorizontal, 65, 95, 0, 0, 1);
@@ -374,36 +366,21 @@ TEST_F(ChartContainerTest, DefaultInteractorsDragOnePointValueOfEveryKind) {
   auto* stacked = new QelStackedBarChart(display, 10, palette("red"));
   stacked->addData(points({{20, 30}, {60, 20}}), palette("blue"));
   stacked->addData(points({{20, 10}, {60, 15}}));
+  QelPolylineChart* polyline = line({{0, 10}, {50, 40}, {100, 20}}, "red");
   struct Case {
     const char* interactor;
     QelAbstractChart* chart;
-    QelChartData* data;  // the set dragged: its point 1
-    std::function<QelPoint()> from;
-    float below;  // where the dragged set's segment starts on its stack
+    QelChartData* data;                   // the set dragged: its point 1
+    std::function<void(QelPoint&)> from;  // where that point is drawn
+    float below;                          // where the set's segment starts on its stack
   };
-  QelPolylineChart* polyline = line({{0, 10}, {50, 40}, {100, 20}}, "red");
   const Case cases[] = {
       {"ChDragY", polyline, polyline->getData(),
-       [&] {
-         QelPoint p;
-         polyline->getDataPoint(polyline->getData(), 1, p, nullptr);
-         return p;
-       },
-       0},
+       [&](QelPoint& p) { polyline->getDataPoint(polyline->getData(), 1, p, nullptr); }, 0},
       {"SSChDragY", sideBySide, sideBySide->getData(1),
-       [&] {
-         QelPoint p;
-         sideBySide->getDataRelativePoint(1, 1, p, nullptr);
-         return p;
-       },
-       0},
+       [&](QelPoint& p) { sideBySide->getDataRelativePoint(1, 1, p, nullptr); }, 0},
       {"SChDragY", stacked, stacked->getData(1),
-       [&] {
-         QelPoint p;
-         stacked->getDataStackedPoint(1, 1, p, nullptr);
-         return p;
-       },
-       20},
+       [&](QelPoint& p) { stacked->getDataStackedPoint(1, 1, p, nullptr); }, 20},
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.interactor);
@@ -411,7 +388,9 @@ TEST_F(ChartContainerTest, DefaultInteractorsDragOnePointValueOfEveryKind) {
     ASSERT_STREQ(c.chart->getDefaultInteractor(), c.interactor);
     ASSERT_TRUE(QelSetDefaultInteractor(container, c.chart));
     zoomBoth(0, 100, 0, 100);
-    const QelPoint from = c.from(), to(from.x, from.y - 40);
+    QelPoint from;
+    c.from(from);
+    const QelPoint to(from.x, from.y - 40);
     host->moveTo(container->getWidget(), from.x, from.y);
     host->button(1, true);
     for (int dy : {30, 60}) host->moveTo(container->getWidget(), from.x, from.y - dy);

@@ -50,6 +50,12 @@ class ChartFixture : public DisplayTest {
     graphic.boundingBox(rect, t);
     return rect;
   }
+  // A white image of that size with the rectangles painted in `colour`.
+  static Image painted(int w, int h, uint32_t colour, std::initializer_list<QelRect> rects) {
+    Image image(w, h, kWhite);
+    for (const QelRect& r : rects) image.fillRect(r.x, r.y, int(r.w), int(r.h), colour);
+    return image;
+  }
   Image drawn(const QelGraphic& graphic, int w, int h, const QelRegion* clip = nullptr,
               const QelTransformer* t = nullptr) {
     QelPort* port = windowPort(w, h);

@@ -4,6 +4,7 @@
 #include <cstring>
 #include <memory>
 #include <string>
+#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -58,24 +59,15 @@ class ScaleTest : public DisplayTest {
 };
 
 TEST_F(ScaleTest, GeneratedLabelsAccumulateInSinglePrecision) {
-  struct Row {
-    float min, max;
-    uint16_t count;
-    const char* format;
-    uint16_t index;
-    // Worked out by hand, one float addition at a time; min + index * delta would give
-    // "0.8000000" and "7.8" in the first two rows.
-    const char* label;
-  };
-  const Row rows[] = {
-      {0, 1, 11, "%.7f", 8, "0.8000001"},
-      {0, 10, 101, "%.6g", 78, "7.79999"},
-      {-5, 5, 3, "%+.1f", 2, "+5.0"},
-  };
-  for (const Row& row : rows) {
-    QelRectangularScale s(display, QelPoint(), 100, row.format, row.min, row.max, QelLeft,
-                          QelBottom, row.count, 0, 4, 2, fixed());
-    EXPECT_STREQ(s.getLabel(row.index), row.label) << row.format;
+  // Min, max, ticks, format, and a label worked out by hand, one float addition at a time;
+  // min + index * delta would give "0.8000000" and "7.8" in the first two rows.
+  using Row = std::tuple<float, float, uint16_t, const char*, uint16_t, const char*>;
+  for (auto [min, max, count, format, index, label] :
+       {Row{0, 1, 11, "%.7f", 8, "0.8000001"}, Row{0, 10, 101, "%.6g", 78, "7.79999"},
+        Row{-5, 5, 3, "%+.1f", 2, "+5.0"}}) {
+    QelRectangularScale s(display, QelPoint(), 100, format, min, max, QelLeft, QelBottom, count, 0,
+                          4, 2, fixed());
+    EXPECT_STREQ(s.getLabel(index), label) << format;
   }
 
   QelRectangularScale s(display, QelPoint(), 100, "%.100f", 0, 1, QelLeft, QelBottom, 2, 0, 4, 2,
@@ -112,20 +104,17 @@ TEST_F(ScaleTest, GeneratedLabelsAccumulateInSinglePrecision) {
 }
 
 TEST_F(ScaleTest, RectangleAndOriginRoundTripForEveryDirectionAndPosition) {
-  struct Row {
-    QelPosition direction, position;
-    QelRect rect;
-  };
-  // Origin (100, 50), length 200, thickness 5 (the longer tick).
+  // Direction, position, rectangle: origin (100, 50), length 200, thickness 5 (the longer tick).
+  using Row = std::tuple<QelPosition, QelPosition, QelRect>;
   const Row rows[] = {
       {QelLeft, QelBottom, {100, 50, 200, 5}},    {QelLeft, QelTop, {100, 45, 200, 5}},
       {QelRight, QelBottom, {-100, 50, 200, 5}},  {QelRight, QelTop, {-100, 45, 200, 5}},
       {QelTop, QelRight, {100, 50, 5, 200}},      {QelTop, QelLeft, {95, 50, 5, 200}},
       {QelBottom, QelRight, {100, -150, 5, 200}}, {QelBottom, QelLeft, {95, -150, 5, 200}},
   };
-  for (const Row& row : rows) {
-    auto s = scale(QelPoint(100, 50), 200, row.direction, row.position, 3);
-    EXPECT_EQ(s->getRect(), row.rect) << row.direction << ' ' << row.position;
+  for (auto [direction, position, rect] : rows) {
+    auto s = scale(QelPoint(100, 50), 200, direction, position, 3);
+    EXPECT_EQ(s->getRect(), rect) << direction << ' ' << position;
     QelPoint origin;
     EXPECT_EQ(s->computeSize(origin), 200u);
     EXPECT_EQ(origin, QelPoint(100, 50));
@@ -144,15 +133,11 @@ TEST_F(ScaleTest, RectangleAndOriginRoundTripForEveryDirectionAndPosition) {
 }
 
 TEST_F(ScaleTest, TicksStandAtTruncatedStepsFromEitherEnd) {
-  struct Row {
-    QelPosition direction, position;
-    QelPoint origin;
-    int across;  // a row (horizontal) or column (vertical) through the ticks only
-    bool integer;
-    std::vector<int> ticks;
-  };
-  // Four steps over 100 pixels: 33.33 apart, truncated, from whichever end the origin is.
-  // Integer steps truncate the step itself: three steps of 33 end a pixel short.
+  // Direction, position, origin, a row (horizontal) or column (vertical) through the ticks only,
+  // integer steps and the ticks. Four steps over 100 pixels: 33.33 apart, truncated, from
+  // whichever end the origin is. Integer steps truncate the step itself: three steps of 33 end a
+  // pixel short.
+  using Row = std::tuple<QelPosition, QelPosition, QelPoint, int, bool, std::vector<int>>;
   const std::vector<int> exact = {20, 53, 86, 120};
   const Row rows[] = {
       {QelLeft, QelBottom, {20, 30}, 33, false, exact},
@@ -162,43 +147,37 @@ TEST_F(ScaleTest, TicksStandAtTruncatedStepsFromEitherEnd) {
       {QelBottom, QelLeft, {30, 120}, 27, false, exact},
       {QelLeft, QelBottom, {20, 30}, 33, true, {20, 53, 86, 119}},
   };
-  for (const Row& row : rows) {
-    auto s = scale(row.origin, 100, row.direction, row.position, 4);
-    s->setIntegerSteps(row.integer);
+  for (const auto& [direction, position, origin, across, integer, expected] : rows) {
+    auto s = scale(origin, 100, direction, position, 4);
+    s->setIntegerSteps(integer);
     Image image = drawn(*s, 160, 160);
     std::vector<int> ticks;
-    const bool horizontal = row.direction == QelLeft || row.direction == QelRight;
+    const bool horizontal = direction == QelLeft || direction == QelRight;
     for (int i = 0; i < 160; ++i)
-      if ((horizontal ? image.at(i, row.across) : image.at(row.across, i)) == kBlue)
-        ticks.push_back(i);
-    EXPECT_EQ(ticks, row.ticks) << row.direction << ' ' << row.position << ' ' << row.integer;
+      if ((horizontal ? image.at(i, across) : image.at(across, i)) == kBlue) ticks.push_back(i);
+    EXPECT_EQ(ticks, expected) << direction << ' ' << position << ' ' << integer;
     // With integer steps the base line ends at the last tick, too.
-    if (row.integer) {
+    if (integer) {
       EXPECT_TRUE(pixelsAre(image, {{119, 30, kBlue}, {120, 30, kWhite}}));
     }
   }
 }
 
 TEST_F(ScaleTest, LabelSkipFollowsLabelWidthsAndOverlap) {
-  struct Row {
-    uint16_t steps;
-    uint32_t size;
-    uint16_t expected;
-  };
-  // Nine-character labels are 54 pixels wide. Five steps on 100 pixels: (4 * 58) / 100 = 2,
-  // but label 2 (x 43..97, grown 41..99) overlaps label 0 (x -7..47), so k = 3; label 3
-  // (grown 66..124) clears it and the walk ends. Eleven steps on 300 pixels: 580 / 300 = 1;
+  // Steps, size and the skip. Nine-character labels are 54 pixels wide. Five steps on 100 pixels:
+  // (4 * 58) / 100 = 2, but label 2 (x 43..97, grown 41..99) overlaps label 0 (x -7..47), so k = 3;
+  // label 3 (grown 66..124) clears it and the walk ends. Eleven steps on 300 pixels: 580 / 300 = 1;
   // label 1 (grown 21..79) overlaps label 0, k = 2, and every second label clears the last.
-  const Row rows[] = {{5, 100, 3}, {11, 300, 2}};
-  for (const Row& row : rows) {
-    auto s = scale(QelPoint(20, 30), row.size, QelLeft, QelBottom, row.steps, 2);
-    std::vector<const char*> texts(row.steps, "123456789");
-    s->setLabels(row.steps, texts.data());
+  for (auto [steps, size, skip] :
+       {std::tuple<uint16_t, uint32_t, uint16_t>{5, 100, 3}, {11, 300, 2}}) {
+    auto s = scale(QelPoint(20, 30), size, QelLeft, QelBottom, steps, 2);
+    std::vector<const char*> texts(steps, "123456789");
+    s->setLabels(steps, texts.data());
     ASSERT_EQ(labelWidth(*s, 0), 54u);
     EXPECT_EQ(s->getNumberOfSkippedSteps(), 1u) << "keep all labels is the default";
     s->setKeepAllLabels(0);
     s->setModified(1);
-    EXPECT_EQ(s->getNumberOfSkippedSteps(), row.expected) << row.steps;
+    EXPECT_EQ(s->getNumberOfSkippedSteps(), skip) << steps;
   }
 
   // Minor ticks halfway between majors (20 + 12.5, three pixels long), only while every tick is
@@ -241,11 +220,8 @@ TEST_F(ScaleTest, LabelsStandFourPixelsBeyondTheTickEnd) {
   probe->getLabelSizes(0, w, a, d);
   ASSERT_EQ(w, 12u);
   const int32_t W = int32_t(w), A = int32_t(a), D = int32_t(d);
-  struct Row {
-    QelPosition direction, position;
-    bool vertical;
-    QelPoint text;  // the expected start of the baseline; the tick is at (60, 60)
-  };
+  // Direction, position, vertical labels, and where the baseline starts; the tick is at (60, 60).
+  using Row = std::tuple<QelPosition, QelPosition, bool, QelPoint>;
   const Row rows[] = {
       {QelLeft, QelBottom, false, {60 - W / 2, 65 + A - D + 4}},
       {QelLeft, QelTop, false, {60 - W / 2, 55 - (D + 4)}},
@@ -256,13 +232,12 @@ TEST_F(ScaleTest, LabelsStandFourPixelsBeyondTheTickEnd) {
       {QelTop, QelRight, true, {65 + 4, 60 + W / 2}},
       {QelTop, QelLeft, true, {55 - (A + 4), 60 + W / 2}},
   };
-  for (const Row& row : rows) {
-    auto s = scale(QelPoint(60, 60), 100, row.direction, row.position, 2);
-    s->setVerticalLabels(row.vertical);
+  for (auto [direction, position, vertical, text] : rows) {
+    auto s = scale(QelPoint(60, 60), 100, direction, position, 2);
+    s->setVerticalLabels(vertical);
     QelRect expected = ink;
-    expected.translate(row.text.x, row.text.y);
-    EXPECT_EQ(labelInk(*s, 2, texts), expected)
-        << row.direction << ' ' << row.position << ' ' << row.vertical;
+    expected.translate(text.x, text.y);
+    EXPECT_EQ(labelInk(*s, 2, texts), expected) << direction << ' ' << position << ' ' << vertical;
   }
 
   // Between ticks each label moves half a step on, and the last one is left out: "a" from
@@ -277,10 +252,8 @@ TEST_F(ScaleTest, LabelsStandFourPixelsBeyondTheTickEnd) {
 }
 
 TEST_F(ScaleTest, BoundingBoxCoversEverythingDrawn) {
-  struct Row {
-    QelPosition direction, position;
-    bool vertical, between, integer;
-  };
+  // Direction, position, vertical labels, labels between ticks, integer steps.
+  using Row = std::tuple<QelPosition, QelPosition, bool, bool, bool>;
   const Row rows[] = {
       {QelLeft, QelBottom, false, false, false}, {QelRight, QelTop, false, true, false},
       {QelTop, QelRight, false, false, true},    {QelBottom, QelLeft, false, false, false},
@@ -288,25 +261,24 @@ TEST_F(ScaleTest, BoundingBoxCoversEverythingDrawn) {
       {QelTop, QelLeft, true, true, false},      {QelBottom, QelRight, true, false, false},
   };
   const QelTransformer zoom(1.5, 1.5);
-  for (const Row& row : rows) {
+  for (auto [direction, position, vertical, between, integer] : rows) {
     for (const QelTransformer* t : {static_cast<const QelTransformer*>(nullptr), &zoom}) {
-      const bool horizontal = row.direction == QelLeft || row.direction == QelRight;
-      QelPoint origin(horizontal ? (row.direction == QelLeft ? 40 : 140) : 100,
-                      horizontal ? 100 : (row.direction == QelTop ? 40 : 140));
-      auto s = scale(origin, 100, row.direction, row.position, 7, 3, "%.1f");
-      s->setVerticalLabels(row.vertical);
-      s->setLabelsBetweenTicks(row.between);
-      s->setIntegerSteps(row.integer);
-      Image image = drawn(*s, 300, 300, t);
+      SCOPED_TRACE(testing::Message() << direction << ' ' << position << ' ' << vertical << ' '
+                                      << between << ' ' << integer << ' ' << bool(t));
+      const bool horizontal = direction == QelLeft || direction == QelRight;
+      QelPoint origin(horizontal ? (direction == QelLeft ? 40 : 140) : 100,
+                      horizontal ? 100 : (direction == QelTop ? 40 : 140));
+      auto s = scale(origin, 100, direction, position, 7, 3, "%.1f");
+      s->setVerticalLabels(vertical);
+      s->setLabelsBetweenTicks(between);
+      s->setIntegerSteps(integer);
       QelRect box, ticks;
       s->boundingBox(box, t);
-      EXPECT_TRUE(box.contains(extentOf(image, kBlue)))
-          << row.direction << ' ' << row.position << ' ' << row.vertical << ' ' << bool(t);
+      EXPECT_TRUE(box.contains(extentOf(drawn(*s, 300, 300, t), kBlue)));
       // Without labels the box is exactly what is painted.
       s->setLabels(7, nullptr);
       s->ticksBBox(ticks, t);
-      EXPECT_EQ(ticks, extentOf(drawn(*s, 300, 300, t), kBlue))
-          << row.direction << ' ' << row.position << ' ' << bool(t);
+      EXPECT_EQ(ticks, extentOf(drawn(*s, 300, 300, t), kBlue));
     }
   }
 }
@@ -332,15 +304,12 @@ TEST_F(ScaleTest, ScalesRoundTripThroughDataFiles) {
   // direction that is no side, a position along the axis, flags beyond 0 and 1, and missing
   // fields are refused.
   const char *fields = "-70300 7 300 5 4 2 5 3 1", *flags = "2 4 0 1 0 0";
-  const std::pair<const char*, const char*> bad[] = {{fields, "-70300 7 300 5 1 2 5 3 1"},
-                                                     {fields, "-70300 7 300 5 5 2 5 3 1"},
-                                                     {fields, "-70300 7 300 5 65536 2 5 3 1"},
-                                                     {flags, "3 4 0 1 0 0"},
-                                                     {flags, "2 1 0 1 0 0"},
-                                                     {flags, "2 4 2 1 0 0"},
-                                                     {flags, "2 4 0 1 0"}};
   CapturedMessages messages;
-  for (const auto& [from, to] : bad) EXPECT_TRUE(loadEdited(display, text, from, to).empty()) << to;
+  for (const char* to :
+       {"-70300 7 300 5 1 2 5 3 1", "-70300 7 300 5 5 2 5 3 1", "-70300 7 300 5 65536 2 5 3 1"})
+    EXPECT_TRUE(loadEdited(display, text, fields, to).empty()) << to;
+  for (const char* to : {"3 4 0 1 0 0", "2 1 0 1 0 0", "2 4 2 1 0 0", "2 4 0 1 0"})
+    EXPECT_TRUE(loadEdited(display, text, flags, to).empty()) << to;
 }
 
 // Records what reaches it instead of the screen.
@@ -360,20 +329,15 @@ class CountingDevice : public QelDumpDevice {
 TEST_F(ScaleTest, DrawingStartsOnlyNearTheVisiblePart) {
   auto s = scale(QelPoint(0, 50), 100, QelLeft, QelBottom, 2);
   QelPort port(display, 0, 100, 100);
-  struct Row {
-    QelPoint point;
-    const QelRegion* clip;
-    bool inside;
-  };
   const QelRegion clip(QelRect(10, 10, 10, 10)), nothing;
+  using Row = std::tuple<QelPoint, const QelRegion*, bool>;  // point, clip, worth drawing from
   const Row rows[] = {
       {{299, 50}, nullptr, true},   {{300, 50}, nullptr, false}, {{-199, -199}, nullptr, true},
       {{-200, 50}, nullptr, false}, {{219, 15}, &clip, true},    {{220, 15}, &clip, false},
       {{15, 15}, &nothing, false},
   };
-  for (const Row& row : rows)
-    EXPECT_EQ(s->liesIn(&port, row.point, row.clip), row.inside)
-        << row.point.x << ' ' << row.point.y;
+  for (auto [point, region, inside] : rows)
+    EXPECT_EQ(s->liesIn(&port, point, region), inside) << point.x << ' ' << point.y;
 
   // A recording port takes everything, however far out; on the screen only what can show is
   // sent, even for a graduation of 65,535 ticks across two billion pixels.
