@@ -34,10 +34,10 @@ TEST_F(ChartKindsTest, PolygonFillsDownToTheBaseline) {
   EXPECT_EQ(p[4], QelPoint(10, 100));
   // The left edge reaches the row above the baseline, which is the closing edge; under the edge
   // (10, 80)-(30, 40), at 60 for x 20; the apex row itself is a span of no width.
-  const std::vector<Pixel> corners = {{10, 80, kRed},   {10, 99, kRed},    {49, 99, kRed},
-                                      {30, 99, kRed},   {30, 100, kWhite}, {9, 90, kWhite},
-                                      {50, 90, kWhite}, {20, 61, kRed},    {20, 59, kWhite},
-                                      {30, 41, kRed},   {30, 40, kWhite}};
+  const std::vector<ExpectedPixel> corners = {{10, 80, kRed},   {10, 99, kRed},    {49, 99, kRed},
+                                              {30, 99, kRed},   {30, 100, kWhite}, {9, 90, kWhite},
+                                              {50, 90, kWhite}, {20, 61, kRed},    {20, 59, kWhite},
+                                              {30, 41, kRed},   {30, 40, kWhite}};
   EXPECT_TRUE(pixelsAre(drawn(chart, 80, 120), corners));
   EXPECT_EQ(hits(chart, {{20, 90}, {45, 62}, {20, 50}, {60, 90}, {20, 105}}), "11000");
   EXPECT_EQ(box(chart), QelRect(10, 40, 40, 60));
@@ -186,7 +186,7 @@ TEST_F(ChartKindsTest, ThreeDBarsPaintFrontTopAndSideInTheirShades) {
   const uint32_t top = 0xff7f7f, side = 0x990000;  // half way to white, three fifths
   // The front's corners; the top sits on the front, the side beside it.
   Image image = drawn(chart, 100, 160);
-  const std::vector<Pixel> faces = {
+  const std::vector<ExpectedPixel> faces = {
       {20, 125, kRed}, {10, 100, kRed},   {29, 149, kRed}, {9, 120, kWhite}, {20, 150, kWhite},
       {20, 99, top},   {25, 95, top},     {20, 90, top},   {20, 89, kWhite}, {30, 120, side},
       {39, 120, side}, {40, 120, kWhite}, {35, 144, side}, {35, 145, kWhite}};

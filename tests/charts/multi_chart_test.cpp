@@ -69,9 +69,7 @@ class MultiChartTest : public ChartFixture {
 };
 
 TEST_F(MultiChartTest, SetsAreLockedWhileHeldAndIndicesAreClamped) {
-  QelChartData* a = series({1});
-  QelChartData* b = series({2});
-  QelChartData* c = series({3});
+  QelChartData *a = series({1}), *b = series({2}), *c = series({3});
   QelStackedBarChart chart(display, 10, palette("black"));
   {
     QelStackedBarChart other(display);

@@ -107,27 +107,20 @@ TEST_F(SwfTraceTest, FilesThatCannotBeReadGiveAnEmptyTraceAndAReason) {
   std::ofstream(truncated, std::ios::binary) << bytes.substr(0, bytes.size() / 2);
   const std::string longLine = plainFile(std::string(10000, '7') + "\n" +
                                          "1 0 -1 5 1 -1 -1 -1 10 -1 -1 1 1 -1 -1 1 -1 -1\n");
-  struct Case {
-    const char* name;
-    std::string path;
-    int result;
-    size_t jobs, skipped;
-  };
-  const Case cases[] = {
-      {"missing", (directory / "none.swf").string(), -1, 0, 0},
-      {"truncated gzip", truncated, -1, 0, 0},
-      {"a line longer than any job line", longLine, 0, 1, 1},
-      {"empty", plainFile("", "empty.swf"), 0, 0, 0},
-  };
-  for (const Case& c : cases) {
-    SCOPED_TRACE(c.name);
+  // A missing file, a truncated gzip file, a line longer than any job line, an empty file: the
+  // result, the jobs and the lines skipped.
+  using Case = std::tuple<std::string, int, size_t, size_t>;
+  for (const auto& [path, result, jobs, skipped] :
+       {Case{(directory / "none.swf").string(), -1, 0, 0}, Case{truncated, -1, 0, 0},
+        Case{longLine, 0, 1, 1}, Case{plainFile("", "empty.swf"), 0, 0, 0}}) {
+    SCOPED_TRACE(path);
     SwfTrace trace;
     char error[256] = "";
-    EXPECT_EQ(swfRead(c.path.c_str(), &trace, error, sizeof error), c.result);
-    EXPECT_EQ(trace.jobCount, c.jobs);
-    EXPECT_EQ(trace.skippedLines, c.skipped);
-    if (c.result != 0) {
-      EXPECT_NE(std::string(error).find(c.path), std::string::npos) << error;
+    EXPECT_EQ(swfRead(path.c_str(), &trace, error, sizeof error), result);
+    EXPECT_EQ(trace.jobCount, jobs);
+    EXPECT_EQ(trace.skippedLines, skipped);
+    if (result != 0) {
+      EXPECT_NE(std::string(error).find(path), std::string::npos) << error;
       EXPECT_EQ(trace.jobs, nullptr);
     }
     swfFree(&trace);

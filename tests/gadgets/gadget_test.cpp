@@ -168,7 +168,7 @@ TEST_F(GadgetTest, MotifLookPaintsTroughSliderAndArrowsInTheirReliefColours) {
                    i = centreOf(parts.incrementArrow);
     const QelPoint beyond(across ? int32_t(s.right64()) + 5 : t.x,
                           across ? t.y : int32_t(s.bottom64()) + 5);
-    const std::vector<Pixel> expected = {
+    const std::vector<ExpectedPixel> expected = {
         {rect.x, rect.y, dark}, {int(rect.right64()) - 1, int(rect.bottom64()) - 1, light},
         {s.x, s.y, light},      {int(s.right64()) - 1, int(s.bottom64()) - 1, dark},
         {c.x, c.y, face},       {beyond.x, beyond.y, trough},

@@ -132,9 +132,9 @@ std::string outputDirectory() {
   return directory;
 }
 
-::testing::AssertionResult pixelsAre(const Image& image, const std::vector<Pixel>& pixels) {
+::testing::AssertionResult pixelsAre(const Image& image, const std::vector<ExpectedPixel>& pixels) {
   std::string wrong;
-  for (const Pixel& p : pixels) {
+  for (const ExpectedPixel& p : pixels) {
     const bool inside = p.x >= 0 && p.y >= 0 && p.x < image.width && p.y < image.height;
     if (inside && image.at(p.x, p.y) == p.rgb) continue;
     char line[80];

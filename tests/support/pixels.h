@@ -40,13 +40,13 @@ Image readDrawable(Display* display, Drawable drawable, Visual* visual, Colormap
 QelRect extentOf(const Image& image, uint32_t colour, const Image* mask = nullptr);
 
 // A pixel a test expects: at (x, y), that colour.
-struct Pixel {
+struct ExpectedPixel {
   int x, y;
   uint32_t rgb;
 };
 // Succeeds when every listed pixel has its colour; otherwise names each one that differs (or lies
 // outside the image).
-::testing::AssertionResult pixelsAre(const Image& image, const std::vector<Pixel>& pixels);
+::testing::AssertionResult pixelsAre(const Image& image, const std::vector<ExpectedPixel>& pixels);
 
 // Writes an 8-bit RGB PNG; returns false when the file cannot be written.
 bool writePng(const Image& image, const std::string& path);
