@@ -10,21 +10,16 @@
 #include <memory>
 #include <random>
 #include <set>
-#include <sstream>
 #include <string>
+#include <tuple>
 #include <vector>
 
-#include "charts/chart.h"
 #include "charts/chart_interactors.h"
 #include "charts/multi_chart.h"
 #include "charts/scale.h"
-#include "display/color.h"
 #include "display/object_interactors.h"
-#include "display/palette.h"
-#include "graphics/input_file.h"
-#include "graphics/output_file.h"
-#include "graphics/rectangle.h"
-#include "tests/support/display_fixture.h"
+#include "tests/charts/chart_fixture.h"
+#include "tests/support/data_files.h"
 #include "tests/support/motif_host.h"
 
 #include <X11/keysym.h>
@@ -33,7 +28,7 @@ namespace kestrel::test {
 namespace {
 
 constexpr int kWidth = 400, kHeight = 300;
-constexpr uint32_t kRed = 0xff0000;
+using Ranges = std::vector<float>;  // x min, x max, y min, y max
 
 // Records the hooks a job chart overrides, in the order they are called.
 class HookContainer : public QelChartContainer {
@@ -55,14 +50,7 @@ class HookContainer : public QelChartContainer {
   std::vector<std::pair<float, float>> resizes;
 };
 
-QelPolylineChart* line(QelDisplay* display, std::vector<QelFloatPoint> points,
-                       QelPalette* palette = nullptr) {
-  auto* copy = new QelFloatPoint[points.size()];
-  std::copy(points.begin(), points.end(), copy);
-  return new QelPolylineChart(display, new QelChartDataPoints(points.size(), copy, 1), palette);
-}
-
-class ChartContainerTest : public DisplayTest {
+class ChartContainerTest : public ChartFixture {
  protected:
   void SetUp() override {
     QelChartContainerModuleInit();
@@ -80,12 +68,22 @@ class ChartContainerTest : public DisplayTest {
     host.reset();
     DisplayTest::TearDown();
   }
+  QelPolylineChart* line(const std::vector<QelFloatPoint>& values, const char* colour = nullptr) {
+    return new QelPolylineChart(display, points(values), colour ? palette(colour) : nullptr);
+  }
+  void zoomBoth(float xMin, float xMax, float yMin, float yMax) {
+    container->zoomCharts(QelPosition(QelHorizontal | QelVertical), xMin, xMax, yMin, yMax, 1);
+    host->settle();
+  }
   Image screen() {
     XSync(xDisplay, False);
     return readWindow(xDisplay, container->getSystemView(), 0, 0, kWidth, kHeight);
   }
-  void range(QelPosition direction, float& min, float& max) {
-    container->getVisibleRange(direction, min, max);
+  Ranges ranges() {
+    Ranges r(4);
+    container->getVisibleRange(QelHorizontal, r[0], r[1]);
+    container->getVisibleRange(QelVertical, r[2], r[3]);
+    return r;
   }
   void press(unsigned long keysym) {
     host->moveTo(container->getWidget(), kWidth / 2, kHeight / 2);
@@ -95,8 +93,16 @@ class ChartContainerTest : public DisplayTest {
     if (shift) host->key(XK_Shift_L, false);
     host->settle();
   }
-  QelPalette* palette(const char* colour) {
-    return display->getPalette(nullptr, display->getColor(colour));
+  // Presses at the first point of the path (relative to `base`), moves through the others and
+  // releases at the last.
+  void drag(const QelPoint& base, std::initializer_list<QelPoint> path) {
+    bool down = false;
+    for (const QelPoint& p : path) {
+      host->moveTo(container->getWidget(), base.x + p.x, base.y + p.y);
+      if (!down) host->button(1, down = true);
+    }
+    host->button(1, false);
+    host->settle();
   }
 
   std::unique_ptr<MotifHost> host;
@@ -104,15 +110,11 @@ class ChartContainerTest : public DisplayTest {
 };
 
 TEST(ChartContainerIndexTest, PositionsMapToScaleSlotsAndBack) {
-  struct Row {
-    unsigned position;
-    int index;
-  };
-  for (Row row :
+  using Row = std::pair<unsigned, int>;  // position, scale slot
+  for (auto [position, index] :
        {Row{QelBottom, 0}, Row{QelLeft, 1}, Row{QelRight, 2}, Row{QelTop, -1},
         Row{QelHorizontal, -1}, Row{QelVertical, -1}, Row{QelLeft | QelBottom, -1}, Row{0, -1}})
-    EXPECT_EQ(QelChartContainer::positionToIndex(QelPosition(row.position)), row.index)
-        << row.position;
+    EXPECT_EQ(QelChartContainer::positionToIndex(QelPosition(position)), index) << position;
   EXPECT_EQ(QelChartContainer::indexToPosition(0), QelBottom);
   EXPECT_EQ(QelChartContainer::indexToPosition(2), QelRight);
   EXPECT_EQ(QelChartContainer::indexToPosition(-1), 0);
@@ -122,51 +124,39 @@ TEST(ChartContainerIndexTest, PositionsMapToScaleSlotsAndBack) {
 TEST_F(ChartContainerTest, ZoomThatChangesNothingNeitherStoresNorDraws) {
   container->zoomCharts(QelPosition(QelHorizontal | QelVertical), 0, 10, 0, 5, 0);
   float nan = std::numeric_limits<float>::quiet_NaN(), inf = std::numeric_limits<float>::infinity();
-  struct Row {
-    unsigned positions;
-    float xMin, xMax, yMin, yMax;
-  };
-  for (Row row : {Row{QelHorizontal, 3, 3, 0, 0}, Row{QelVertical, 0, 0, 2, 2},
-                  Row{QelHorizontal | QelVertical, 0, 10, 0, 5}, Row{QelHorizontal, 5, 1, 0, 0},
-                  Row{QelHorizontal, nan, 4, 0, 0}, Row{QelVertical, 0, 0, -inf, inf},
-                  Row{QelLeft | QelBottom, 1, 2, 1, 2}}) {
+  using Row = std::tuple<unsigned, float, float, float, float>;  // positions, ranges
+  for (auto [positions, xMin, xMax, yMin, yMax] :
+       {Row{QelHorizontal, 3, 3, 0, 0}, Row{QelVertical, 0, 0, 2, 2},
+        Row{QelHorizontal | QelVertical, 0, 10, 0, 5}, Row{QelHorizontal, 5, 1, 0, 0},
+        Row{QelHorizontal, nan, 4, 0, 0}, Row{QelVertical, 0, 0, -inf, inf},
+        Row{QelLeft | QelBottom, 1, 2, 1, 2}}) {
     container->calls.clear();
     QelSetDrawTrace(1);
     testing::internal::CaptureStdout();
-    container->zoomCharts(QelPosition(row.positions), row.xMin, row.xMax, row.yMin, row.yMax, 1);
+    container->zoomCharts(QelPosition(positions), xMin, xMax, yMin, yMax, 1);
     std::string traced = testing::internal::GetCapturedStdout();
     QelSetDrawTrace(0);
-    EXPECT_EQ(traced, "") << row.positions << ' ' << row.xMin << ' ' << row.xMax;
+    EXPECT_EQ(traced, "") << positions << ' ' << xMin << ' ' << xMax;
     EXPECT_TRUE(container->calls.empty());
-    float min, max;
-    range(QelHorizontal, min, max);
-    EXPECT_EQ(min, 0);
-    EXPECT_EQ(max, 10);
-    range(QelVertical, min, max);
-    EXPECT_EQ(min, 0);
-    EXPECT_EQ(max, 5);
+    EXPECT_EQ(ranges(), (Ranges{0, 10, 0, 5}));
   }
 }
 
 TEST_F(ChartContainerTest, HooksRunOnAddAndOnEveryRangeChangeInOrder) {
-  container->calls.clear();
-  container->addChart(line(display, {{0, 0}, {10, 5}}), 0);
-  EXPECT_EQ(container->calls, std::vector<std::string>{"validate"});
   using Calls = std::vector<std::string>;
-  const Calls relabelThenRefit{"updateScaleLabels", "validate"};
   container->calls.clear();
-  container->zoomCharts(QelHorizontal, 2, 8, 0, 0, 0);
-  EXPECT_EQ(container->calls, relabelThenRefit);
-  container->calls.clear();
-  container->translateCharts(QelHorizontal, 1, 0, 0);
-  EXPECT_EQ(container->calls, relabelThenRefit);
-  container->calls.clear();
-  container->fitChartsToContents(QelVertical, 0);
-  EXPECT_EQ(container->calls, relabelThenRefit);
-  // Out of the limits: no change, no hook.
-  container->calls.clear();
-  container->translateCharts(QelHorizontal, 100, 0, 0);
-  EXPECT_TRUE(container->calls.empty());
+  container->addChart(line({{0, 0}, {10, 5}}), 0);
+  EXPECT_EQ(container->calls, Calls{"validate"});
+  const std::function<void()> changes[] = {
+      [&] { container->zoomCharts(QelHorizontal, 2, 8, 0, 0, 0); },
+      [&] { container->translateCharts(QelHorizontal, 1, 0, 0); },
+      [&] { container->fitChartsToContents(QelVertical, 0); },
+      [&] { container->translateCharts(QelHorizontal, 100, 0, 0); }};  // out of the limits
+  for (size_t i = 0; i < std::size(changes); ++i) {
+    container->calls.clear();
+    changes[i]();
+    EXPECT_EQ(container->calls, (i < 3 ? Calls{"updateScaleLabels", "validate"} : Calls{})) << i;
+  }
 }
 
 // A resize scales the layout and then moves the objects attached to the view's edges: one on
@@ -192,8 +182,6 @@ TEST_F(ChartContainerTest, ResizeScalesTheLayoutAndMovesAttachedObjects) {
   EXPECT_EQ(right->getRect(), QelRect(350 + kWidth, 10, 40, 20));
   EXPECT_EQ(across->getRect(), QelRect(10, 250, 380 + kWidth, 20));
   EXPECT_EQ(bottom->getRect(), QelRect(10, 270 - kHeight / 2, 30, 20));
-  container->setAttachment(right, QelPosition(0));
-  EXPECT_EQ(container->getAttachment(right), QelPosition(0));
 }
 
 TEST_F(ChartContainerTest, ScaleFormatIsCopiedUnlessItIsTheStoredOne) {
@@ -211,7 +199,7 @@ TEST_F(ChartContainerTest, ScaleFormatIsCopiedUnlessItIsTheStoredOne) {
 
 TEST_F(ChartContainerTest, ChartListFollowsTheObjectListThroughEveryOperation) {
   QelAbstractChart* c[4];
-  for (int i = 0; i < 4; ++i) c[i] = line(display, {{0, float(i)}, {1, float(i)}});
+  for (int i = 0; i < 4; ++i) c[i] = line({{0, float(i)}, {1, float(i)}});
   container->addChart(c[1], 0);
   container->addChart(c[2], 0);
   container->insertChart(c[0], 0);
@@ -246,119 +234,80 @@ TEST_F(ChartContainerTest, ChartListFollowsTheObjectListThroughEveryOperation) {
   EXPECT_EQ(container->getChart(-1), nullptr);
   container->pushChart(c[2], 0);  // alone: nothing
   EXPECT_EQ(order(), (List{c[2]}));
-  delete c[0];
-  delete c[1];
-  delete c[3];
+  for (int i : {0, 1, 3}) delete c[i];
 }
 
 TEST_F(ChartContainerTest, AcceleratorsScrollAndZoomWithinTheLimits) {
-  container->addChart(line(display, {{0, 0}, {100, 40}}), 0);
-  container->zoomCharts(QelPosition(QelHorizontal | QelVertical), 0, 40, 0, 20, 1);
-  struct Row {
-    unsigned long keysym;
-    float xMin, xMax, yMin, yMax;
-  };
+  container->addChart(line({{0, 0}, {100, 40}}), 0);
+  zoomBoth(0, 40, 0, 20);
+  using Row = std::pair<unsigned long, Ranges>;  // the key and the ranges after it
   // Steps are a quarter of the range (the scales have five ticks); at a limit the step is cut.
   const Row rows[] = {
-      {XK_Right, 10, 50, 0, 20}, {XK_Right, 20, 60, 0, 20}, {XK_Left, 10, 50, 0, 20},
-      {XK_Left, 0, 40, 0, 20},   {XK_Left, 0, 40, 0, 20},   {XK_Up, 0, 40, 5, 25},
-      {XK_Up, 0, 40, 10, 30},    {XK_Up, 0, 40, 15, 35},    {XK_Up, 0, 40, 20, 40},
-      {XK_Up, 0, 40, 20, 40},    {XK_Down, 0, 40, 15, 35},  {XK_Z, 10, 30, 15, 35},
-      {XK_z, 10, 30, 20, 30},    {XK_U, 0, 40, 20, 30},     {XK_U, 0, 60, 20, 30},
-      {XK_u, 0, 60, 15, 35},     {XK_F, 0, 100, 15, 35},    {XK_f, 0, 100, 0, 40},
-      {XK_Right, 0, 100, 0, 40}, {XK_z, 0, 100, 10, 30},    {XK_B, 0, 100, 0, 40},
+      {XK_Right, {10, 50, 0, 20}}, {XK_Right, {20, 60, 0, 20}}, {XK_Left, {10, 50, 0, 20}},
+      {XK_Left, {0, 40, 0, 20}},   {XK_Left, {0, 40, 0, 20}},   {XK_Up, {0, 40, 5, 25}},
+      {XK_Up, {0, 40, 10, 30}},    {XK_Up, {0, 40, 15, 35}},    {XK_Up, {0, 40, 20, 40}},
+      {XK_Up, {0, 40, 20, 40}},    {XK_Down, {0, 40, 15, 35}},  {XK_Z, {10, 30, 15, 35}},
+      {XK_z, {10, 30, 20, 30}},    {XK_U, {0, 40, 20, 30}},     {XK_U, {0, 60, 20, 30}},
+      {XK_u, {0, 60, 15, 35}},     {XK_F, {0, 100, 15, 35}},    {XK_f, {0, 100, 0, 40}},
+      {XK_Right, {0, 100, 0, 40}}, {XK_z, {0, 100, 10, 30}},    {XK_B, {0, 100, 0, 40}},
   };
-  for (const Row& row : rows) {
-    press(row.keysym);
-    float xMin, xMax, yMin, yMax;
-    range(QelHorizontal, xMin, xMax);
-    range(QelVertical, yMin, yMax);
-    EXPECT_EQ(xMin, row.xMin) << XKeysymToString(row.keysym);
-    EXPECT_EQ(xMax, row.xMax) << XKeysymToString(row.keysym);
-    EXPECT_EQ(yMin, row.yMin) << XKeysymToString(row.keysym);
-    EXPECT_EQ(yMax, row.yMax) << XKeysymToString(row.keysym);
+  for (const auto& [keysym, after] : rows) {
+    press(keysym);
+    EXPECT_EQ(ranges(), after) << XKeysymToString(keysym);
   }
   // The step is cut to what is left before the limit.
   container->zoomCharts(QelHorizontal, 65, 95, 0, 0, 1);
   press(XK_Right);
-  float xMin, xMax;
-  range(QelHorizontal, xMin, xMax);
-  EXPECT_EQ(xMin, 70);
-  EXPECT_EQ(xMax, 100);
+  EXPECT_EQ(ranges(), (Ranges{70, 100, 0, 40}));
 }
 
 TEST_F(ChartContainerTest, RubberBandZoomsBothWaysAndItsGhostLeavesNoTrace) {
-  container->addChart(line(display, {{0, 0}, {100, 100}}, palette("red")), 0);
-  container->zoomCharts(QelPosition(QelHorizontal | QelVertical), 0, 100, 0, 100, 1);
-  host->settle();
+  container->addChart(line({{0, 0}, {100, 100}}, "red"), 0);
+  zoomBoth(0, 100, 0, 100);
   const QelRect area = container->getChartArea();
-  Image before = screen();
-  Widget w = container->getWidget();
+  const QelPoint corner(area.x, area.y);
   // A drag that comes back to its start: ghosts drawn and erased, no zoom.
-  host->moveTo(w, area.x + 10, area.y + 10);
-  host->button(1, true);
-  host->moveTo(w, area.x + 60, area.y + 80);
-  host->moveTo(w, area.x + 90, area.y + 40);
-  host->moveTo(w, area.x + 10, area.y + 10);
-  host->button(1, false);
-  host->settle();
+  const Image before = screen();
+  drag(corner, {{10, 10}, {60, 80}, {90, 40}, {10, 10}});
   EXPECT_TRUE(imagesMatch(screen(), before, "rubber-band-ghost"));
-  float min, max;
-  range(QelHorizontal, min, max);
-  EXPECT_EQ(max, 100);
-
+  EXPECT_EQ(ranges(), (Ranges{0, 100, 0, 100}));
   // The left quarter across, the top half down.
-  host->moveTo(w, area.x, area.y);
-  host->button(1, true);
-  host->moveTo(w, area.x + int(area.w) / 4, area.y + int(area.h) / 2);
-  host->button(1, false);
-  host->settle();
-  range(QelHorizontal, min, max);
-  EXPECT_NEAR(min, 0, 0.5);
-  EXPECT_NEAR(max, 25, 0.5);
-  range(QelVertical, min, max);
-  EXPECT_NEAR(min, 50, 0.5);
-  EXPECT_NEAR(max, 100, 0.5);
+  drag(corner, {{0, 0}, {int(area.w) / 4, int(area.h) / 2}});
+  const Ranges zoomed = ranges(), expected = {0, 25, 50, 100};
+  for (int i = 0; i < 4; ++i) EXPECT_NEAR(zoomed[i], expected[i], 0.5) << i;
 }
 
 TEST_F(ChartContainerTest, ChartValuesAtTicksLandOnTheTicks) {
   // Vertical lines at x = 0, 25, 50, 75, 100, horizontal ones at y = 0 ... 100: each crosses
   // its scale where that scale's tick is.
-  QelPalette* red = palette("red");
   for (int i = 0; i <= 4; ++i) {
     float v = 25.0f * float(i);
-    container->addChart(line(display, {{v, 0}, {v, 100}}, red), 0);
-    container->addChart(line(display, {{0, v}, {100, v}}, red), 0);
+    container->addChart(line({{v, 0}, {v, 100}}, "red"), 0);
+    container->addChart(line({{0, v}, {100, v}}, "red"), 0);
   }
-  container->zoomCharts(QelPosition(QelHorizontal | QelVertical), 0, 100, 0, 100, 1);
-  host->settle();
-  Image image = screen();
+  zoomBoth(0, 100, 0, 100);
+  const Image image = screen();
   const QelRect area = container->getChartArea();
-  QelRectangularScale* bottom = container->getScale(QelBottom);
-  QelRectangularScale* left = container->getScale(QelLeft);
-  ASSERT_EQ(bottom->getSteps(), 5);
-  ASSERT_EQ(left->getSteps(), 5);
-  QelPoint origin;
-  uint32_t size = bottom->computeSize(origin);
-  EXPECT_EQ(size, area.w);
   // Tick 0 of each scale lies under the other scale's base line, drawn over the charts.
-  for (int i = 1; i < 5; ++i) {
-    int tickX = origin.x + int(float(size) * float(i) / 4.0f);
-    int row = area.y + int(area.h) / 3;
-    bool found = false;
-    for (int dx = -1; dx <= 1; ++dx)
-      if (tickX + dx >= 0 && tickX + dx < kWidth && image.at(tickX + dx, row) == kRed) found = true;
-    EXPECT_TRUE(found) << "x tick " << i << " at " << tickX;
-  }
-  size = left->computeSize(origin);
-  for (int i = 1; i < 5; ++i) {
-    int tickY = origin.y - int(float(size) * float(i) / 4.0f);
-    int column = area.x + int(area.w) / 3;
-    bool found = false;
-    for (int dy = -1; dy <= 1; ++dy)
-      if (tickY + dy >= 0 && tickY + dy < kHeight && image.at(column, tickY + dy) == kRed)
-        found = true;
-    EXPECT_TRUE(found) << "y tick " << i << " at " << tickY;
+  for (QelPosition side : {QelBottom, QelLeft}) {
+    QelRectangularScale* scale = container->getScale(side);
+    ASSERT_EQ(scale->getSteps(), 5);
+    QelPoint origin;
+    const uint32_t size = scale->computeSize(origin);
+    EXPECT_EQ(size, side == QelBottom ? area.w : area.h);
+    for (int i = 1; i < 5; ++i) {
+      const int tick = int(float(size) * float(i) / 4.0f);
+      // Across the chart area, a third of the way in, a pixel either side of the tick.
+      bool found = false;
+      for (int d = -1; d <= 1; ++d) {
+        const QelPoint p = side == QelBottom
+                               ? QelPoint(origin.x + tick + d, area.y + int(area.h) / 3)
+                               : QelPoint(area.x + int(area.w) / 3, origin.y - tick + d);
+        found |=
+            p.x >= 0 && p.y >= 0 && p.x < kWidth && p.y < kHeight && image.at(p.x, p.y) == kRed;
+      }
+      EXPECT_TRUE(found) << side << " tick " << i;
+    }
   }
 }
 
@@ -370,14 +319,8 @@ TEST_F(ChartContainerTest, LongRowNamesAndEdgeLabelsStayInsideTheLayoutRectangle
   const QelRect layout(10, 10, 300, 200);
   container->reshapeCharts(layout, 1);
   const QelRect area = container->getChartArea();
-  for (QelRectangularScale* scale : {left, container->getScale(QelBottom)}) {
-    QelRect box;
-    scale->boundingBox(box);
-    EXPECT_GE(box.x, layout.x);
-    EXPECT_GE(box.y, layout.y);
-    EXPECT_LE(box.right64(), layout.right64());
-    EXPECT_LE(box.bottom64(), layout.bottom64());
-  }
+  for (QelRectangularScale* scale : {left, container->getScale(QelBottom)})
+    EXPECT_TRUE(layout.contains(box(*scale))) << scale->getDirection();
   EXPECT_GT(area.x, layout.x + 100);  // room for the long names
   QelPoint origin;
   EXPECT_EQ(container->getScale(QelBottom)->computeSize(origin), area.w);
@@ -388,32 +331,23 @@ TEST_F(ChartContainerTest, LongRowNamesAndEdgeLabelsStayInsideTheLayoutRectangle
 }
 
 TEST_F(ChartContainerTest, LegendListsEveryChartAndSurvivesADataFile) {
-  auto* first = line(display, {{0, 0}, {1, 1}}, palette("red"));
+  auto* first = line({{0, 0}, {1, 1}}, "red");
   first->setName("first");
   container->addChart(first, 0);
   container->setLegend(new QelChartLegend(display, QelPoint(300, 10)));
-  auto* second = line(display, {{0, 1}, {1, 0}}, palette("blue"));
+  auto* second = line({{0, 1}, {1, 0}}, "blue");
   second->setName("second");
   container->addChart(second, 1);
   auto* legend = static_cast<QelChartLegend*>(container->getLegend());
   ASSERT_EQ(legend->getCount(), 2u);
+  EXPECT_EQ(legend->getItemAt(0).name, "first");
   EXPECT_EQ(legend->getItemAt(1).name, "second");
   EXPECT_NE(container->getLegendItem(second), nullptr);
-
-  std::stringstream file;
-  QelGraphic* one[] = {legend};
-  ASSERT_TRUE(QelSaveGraphics(file, 1, one));
-  QelInputFile input(file);
-  std::vector<QelGraphic*> read = input.readObjects(display);
-  ASSERT_EQ(read.size(), 1u);
-  auto* copy = dynamic_cast<QelChartLegend*>(read[0]);
-  ASSERT_NE(copy, nullptr);
-  ASSERT_EQ(copy->getCount(), 2u);
-  EXPECT_EQ(copy->getItemAt(0).name, "first");
-  unsigned short r, g, b;
-  copy->getItemAt(1).palette->getForeground()->getRGB(r, g, b);
-  EXPECT_EQ(b, 0xffff);
-  delete copy;
+  // The names and swatch colours are in the file, as the legend saves them again.
+  std::vector<std::unique_ptr<QelGraphic>> loaded;
+  std::string text;
+  EXPECT_TRUE(readBackSavesTheSame(display, {legend}, loaded, text));
+  EXPECT_NE(text.find("\"second\" 0 0 65535"), std::string::npos) << text;
 
   container->removeChart(second, 1);
   EXPECT_EQ(legend->getCount(), 1u);
@@ -426,85 +360,59 @@ TEST_F(ChartContainerTest, LegendListsEveryChartAndSurvivesADataFile) {
 // (for a stacked set, measured from where its segment starts on the stack).
 TEST_F(ChartContainerTest, DefaultInteractorsDragOnePointValueOfEveryKind) {
   QelChartInteractorModuleInit();
-  auto points = [](std::vector<QelFloatPoint> values) {
-    auto* copy = new QelFloatPoint[values.size()];
-    std::copy(values.begin(), values.end(), copy);
-    return new QelChartDataPoints(values.size(), copy, 1);
-  };
+  auto* sideBySide = new QelSideBySideBarChart(display, 10, palette("red"));
+  sideBySide->addData(points({{20, 30}, {60, 50}}), palette("blue"));
+  sideBySide->addData(points({{20, 10}, {60, 40}}));
+  auto* stacked = new QelStackedBarChart(display, 10, palette("red"));
+  stacked->addData(points({{20, 30}, {60, 20}}), palette("blue"));
+  stacked->addData(points({{20, 10}, {60, 15}}));
+  QelPolylineChart* polyline = line({{0, 10}, {50, 40}, {100, 20}}, "red");
   struct Case {
     const char* interactor;
-    std::function<QelAbstractChart*()> make;
-    unsigned long set, index;
-    float below;  // where the dragged set's segment starts on its stack
+    QelAbstractChart* chart;
+    QelChartData* data;                   // the set dragged: its point 1
+    std::function<void(QelPoint&)> from;  // where that point is drawn
+    float below;                          // where the set's segment starts on its stack
   };
-  const std::vector<Case> cases = {
-      {"ChDragY",
-       [&] {
-         return line(display, {{0, 10}, {50, 40}, {100, 20}}, palette("red"));
-       },
-       0, 1, 0},
-      {"SSChDragY",
-       [&] {
-         auto* bars = new QelSideBySideBarChart(display, 10, palette("red"));
-         bars->addData(points({{20, 30}, {60, 50}}), palette("blue"));
-         bars->addData(points({{20, 10}, {60, 40}}));
-         return bars;
-       },
-       1, 1, 0},
-      {"SChDragY",
-       [&] {
-         auto* bars = new QelStackedBarChart(display, 10, palette("red"));
-         bars->addData(points({{20, 30}, {60, 20}}), palette("blue"));
-         bars->addData(points({{20, 10}, {60, 15}}));
-         return bars;
-       },
-       1, 1, 20},
+  const Case cases[] = {
+      {"ChDragY", polyline, polyline->getData(),
+       [&](QelPoint& p) { polyline->getDataPoint(polyline->getData(), 1, p, nullptr); }, 0},
+      {"SSChDragY", sideBySide, sideBySide->getData(1),
+       [&](QelPoint& p) { sideBySide->getDataRelativePoint(1, 1, p, nullptr); }, 0},
+      {"SChDragY", stacked, stacked->getData(1),
+       [&](QelPoint& p) { stacked->getDataStackedPoint(1, 1, p, nullptr); }, 20},
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.interactor);
-    QelAbstractChart* chart = c.make();
-    container->addChart(chart, 0);
-    ASSERT_STREQ(chart->getDefaultInteractor(), c.interactor);
-    ASSERT_TRUE(QelSetDefaultInteractor(container, chart));
-    container->zoomCharts(QelPosition(QelHorizontal | QelVertical), 0, 100, 0, 100, 1);
-    host->settle();
-    QelChartData* data = c.set ? static_cast<QelMultiChart*>(chart)->getData(c.set)
-                               : static_cast<QelChart*>(chart)->getData();
+    container->addChart(c.chart, 0);
+    ASSERT_STREQ(c.chart->getDefaultInteractor(), c.interactor);
+    ASSERT_TRUE(QelSetDefaultInteractor(container, c.chart));
+    zoomBoth(0, 100, 0, 100);
     QelPoint from;
-    if (c.interactor[0] == 'C')
-      chart->getDataPoint(data, c.index, from, nullptr);
-    else if (c.interactor[0] == 'S' && c.interactor[1] == 'S')
-      static_cast<QelSideBySideChart*>(chart)->getDataRelativePoint(c.set, c.index, from, nullptr);
-    else
-      static_cast<QelStackedChart*>(chart)->getDataStackedPoint(c.set, c.index, from, nullptr);
-
-    Widget w = container->getWidget();
-    host->moveTo(w, from.x, from.y);
+    c.from(from);
+    const QelPoint to(from.x, from.y - 40);
+    host->moveTo(container->getWidget(), from.x, from.y);
     host->button(1, true);
-    host->moveTo(w, from.x, from.y - 30);
-    host->moveTo(w, from.x, from.y - 60);
+    for (int dy : {30, 60}) host->moveTo(container->getWidget(), from.x, from.y - dy);
     host->settle();
-    Image ghosted = screen();
-    host->moveTo(w, from.x, from.y - 40);
+    const Image ghosted = screen();
+    host->moveTo(container->getWidget(), to.x, to.y);
     host->button(1, false);
     host->settle();
-    Image dropped = screen();
+    const Image dropped = screen();
     container->reDraw();
-    EXPECT_TRUE(
-        imagesMatch(screen(), dropped, (std::string("drag-trace-") + c.interactor).c_str()));
+    EXPECT_TRUE(imagesMatch(screen(), dropped, std::string("drag-trace-") + c.interactor));
     EXPECT_NE(ghosted.rgb, dropped.rgb);  // the ghost was shown at the pointer
 
     QelFloatPoint end, value;
-    ASSERT_TRUE(chart->mapFromView(QelPoint(from.x, from.y - 40), nullptr, end));
-    data->getPoint(c.index, value);
+    ASSERT_TRUE(c.chart->mapFromView(to, nullptr, end));
+    c.data->getPoint(1, value);
     EXPECT_FLOAT_EQ(value.y, end.y - c.below);
     EXPECT_GT(value.y, 0);
-    float min, max;
-    range(QelHorizontal, min, max);
-    EXPECT_EQ(min, 0);  // the press went to the chart, not to the rubber band
-    EXPECT_EQ(max, 100);
-    container->removeChart(chart, 1);
-    delete chart;
+    // The press went to the chart, not to the rubber band.
+    EXPECT_EQ(ranges(), (Ranges{0, 100, 0, 100}));
+    container->removeChart(c.chart, 1);
+    delete c.chart;
   }
 }
 
@@ -566,13 +474,11 @@ class CountingChart : public QelPolylineChart {
 TEST_F(ChartContainerTest, OneChartRedrawReachesOnlyTheChartsNearIt) {
   std::vector<CountingChart*> charts;
   for (int i = 0; i < 200; ++i) {
-    auto* copy = new QelFloatPoint[2]{{float(i), float(i % 7)}, {i + 0.5f, float(i % 5)}};
-    charts.push_back(
-        new CountingChart(display, new QelChartDataPoints(2, copy, 1), palette("red")));
+    charts.push_back(new CountingChart(
+        display, points({{float(i), float(i % 7)}, {i + 0.5f, float(i % 5)}}), palette("red")));
     container->addChart(charts.back(), 0);
   }
-  container->zoomCharts(QelPosition(QelHorizontal | QelVertical), 0, 200, 0, 10, 1);
-  host->settle();
+  zoomBoth(0, 200, 0, 10);
   Image whole = screen();
   CountingChart::draws = 0;
   container->reDrawObj(charts[100]);
@@ -580,22 +486,29 @@ TEST_F(ChartContainerTest, OneChartRedrawReachesOnlyTheChartsNearIt) {
   EXPECT_LE(CountingChart::draws, 6);
   EXPECT_TRUE(imagesMatch(screen(), whole, "one-chart-redraw"));
 
-  // A chart moved by a data change the container is told of is found where it went.
-  charts[100]->getData()->setPoint(1, QelFloatPoint(150, 9));
+  // A chart moved by a data change the container is told of is found where it went: it now
+  // crosses chart 150's box, and a redraw of that box over paint of another colour draws it there
+  // as a full redraw does.
+  charts[100]->getData()->setPoint(1, QelFloatPoint(151, 1));
   container->updateChart(charts[100], 1);
-  QelRect far;
-  charts[150]->boundingBox(far, nullptr);
-  QelRegion there(far);
+  const QelRect near = box(*charts[150]);
+  const Window view = container->getSystemView();
+  auto nearPixels = [&] {
+    XSync(xDisplay, False);
+    return readWindow(xDisplay, view, near.x, near.y, near.w, near.h);
+  };
+  container->reDraw();
+  const Image full = nearPixels();
+  ASSERT_GT(full.count(kRed), 0u);
+  GC gc = XCreateGC(xDisplay, view, 0, nullptr);
+  XSetForeground(xDisplay, gc, 0x00ff00);
+  XFillRectangle(xDisplay, view, gc, near.x, near.y, near.w, near.h);
+  XFreeGC(xDisplay, gc);
+  QelRegion there(near);
   CountingChart::draws = 0;
   container->reDraw(&there);
   EXPECT_LE(CountingChart::draws, 8);
-  EXPECT_TRUE(imagesMatch(
-      screen(),
-      [&] {
-        container->reDraw();
-        return screen();
-      }(),
-      "moved-chart-redraw"));
+  EXPECT_TRUE(imagesMatch(nearPixels(), full, "moved-chart-redraw"));
 
   // Zoomed in, the charts out of sight are refitted only when used: one handed out has the
   // mapping of the new range.

@@ -2,45 +2,26 @@
 
 #include <algorithm>
 #include <memory>
-#include <sstream>
+#include <string>
 #include <vector>
 
 #include "charts/chart.h"
 #include "charts/chart_interactors.h"
 #include "display/event.h"
-#include "display/palette.h"
-#include "graphics/input_file.h"
-#include "graphics/output_file.h"
-#include "graphics/rectangle.h"
 #include "graphics/region.h"
 #include "graphics/transformer.h"
-#include "tests/support/display_fixture.h"
+#include "tests/charts/chart_fixture.h"
+#include "tests/support/data_files.h"
 #include "tests/support/messages.h"
 
 namespace kestrel::test {
 namespace {
 
-class ChartTest : public DisplayTest {
- protected:
-  void SetUp() override {
-    QelChartModuleInit();
-    QelRectangleModuleInit();
-  }
-  // A y-points set of `values`, owned by the set.
-  static QelChartDataYPoints* series(std::vector<float> values) {
-    auto* data = new QelChartDataYPoints(values.size(), nullptr, 1);
-    for (size_t i = 0; i < values.size(); ++i) data->setPoint(i, QelFloatPoint(0, values[i]));
-    return data;
-  }
-  QelPalette* palette(const char* colour) {
-    return display->getPalette(nullptr, display->getColor(colour));
-  }
-};
+using ChartTest = ChartFixture;
 
 TEST_F(ChartTest, MappingTruncatesAndThePlainPathDiffersFromTheTransformedOneByAPixel) {
   QelFloatPoint value(-0.5f, 0.5f);
-  auto* data = new QelChartDataPoints(1, &value, 0);  // the chart lets it go
-  QelPolylineChart chart(display, data, QelPoint(10, 20), 1, 1);
+  QelPolylineChart chart(display, new QelChartDataPoints(1, &value, 0), QelPoint(10, 20), 1, 1);
   QelTransformer identity;
   QelPoint p;
   chart.getPoint(0, p, nullptr);
@@ -49,10 +30,9 @@ TEST_F(ChartTest, MappingTruncatesAndThePlainPathDiffersFromTheTransformedOneByA
   const QelPoint* plain = chart.getPoints(count, nullptr, nullptr);
   ASSERT_EQ(count, 1u);
   EXPECT_EQ(plain[0], QelPoint(10, 20));  // 10 + trunc(-0.5), 20 - trunc(0.5)
-  const QelPoint* mapped = chart.getPoints(count, nullptr, &identity);
-  EXPECT_EQ(mapped[0], QelPoint(9, 19));
+  EXPECT_EQ(chart.getPoints(count, nullptr, &identity)[0], QelPoint(9, 19));
 
-  // Back from view to data, through a transformer.
+  // Back from view to data, through a transformer; read-only data is left alone.
   auto* editable = new QelChartDataPoints(1, nullptr, 1);
   QelPolylineChart edited(display, editable, QelPoint(0, 100), 2, 4);
   QelTransformer shift(QelPoint(5, 0));
@@ -60,45 +40,39 @@ TEST_F(ChartTest, MappingTruncatesAndThePlainPathDiffersFromTheTransformedOneByA
   QelFloatPoint back;
   editable->getPoint(0, back);
   EXPECT_EQ(back, QelFloatPoint(10, 10));
-
-  // Read-only data is left alone.
   auto* function = new QelChartDataFunction(0, 1, 2, [](float x) { return x; });
   QelPolylineChart fixed(display, function);
   fixed.setPoint(0, QelPoint(50, 50), nullptr);
   function->getPoint(0, back);
   EXPECT_EQ(back, QelFloatPoint(0, 0));
+
+  // One point: a box of a pixel, and a redraw box that starts as nothing at the point.
+  QelFloatPoint one(3, 4);
+  QelPolylineChart single(display, new QelChartDataPoints(1, &one, 0), QelPoint(10, 50), 2, 2);
+  QelRect box;
+  single.boundingBox(box);
+  EXPECT_EQ(box, QelRect(16, 42, 1, 1));
+  single.bboxPoint(0, box, nullptr);
+  EXPECT_EQ(box, QelRect(16, 42, 0, 0));
 }
 
-TEST_F(ChartTest, BoundsOfOnePointAndOfFlatSeries) {
-  QelFloatPoint one(3, 4);
-  QelPolylineChart chart(display, new QelChartDataPoints(1, &one, 0), QelPoint(10, 50), 2, 2);
-  QelRect box;
-  chart.boundingBox(box);
-  EXPECT_EQ(box, QelRect(16, 42, 1, 1));
-  // A point's redraw box starts as nothing at the point and grows only to reach neighbours.
-  chart.bboxPoint(0, box, nullptr);
-  EXPECT_EQ(box, QelRect(16, 42, 0, 0));
-
+TEST_F(ChartTest, FittingPutsTheTopValueOnTheTopEdgeNotAPixelAbove) {
   // A flat series keeps its y scale and sits on the rectangle's bottom edge.
   QelPolylineChart flat(display, series({5, 5, 5}), QelPoint(0, 0), 1, 3);
   flat.adjust(QelRect(10, 20, 200, 100));
   EXPECT_EQ(flat.getXScale(), 100);
   EXPECT_EQ(flat.getOrigin(), QelPoint(10, 120));
   EXPECT_EQ(flat.getYScale(), 3);
-
-  // A rising series fills the rectangle: its top value on the top edge.
   QelPolylineChart rising(display, series({-1, 3}));
   rising.adjust(QelRect(0, 0, 100, 80));
   EXPECT_EQ(rising.getYScale(), 20);
   EXPECT_EQ(rising.getOrigin(), QelPoint(0, 60));
-  QelPoint top, bottom;
-  rising.getPoint(1, top, nullptr);
-  rising.getPoint(0, bottom, nullptr);
-  EXPECT_EQ(top, QelPoint(100, 0));
-  EXPECT_EQ(bottom, QelPoint(0, 80));
-}
+  QelPoint p;
+  rising.getPoint(0, p, nullptr);
+  EXPECT_EQ(p, QelPoint(0, 80));
+  rising.getPoint(1, p, nullptr);
+  EXPECT_EQ(p, QelPoint(100, 0));
 
-TEST_F(ChartTest, FittingPutsTheTopValueOnTheTopEdgeNotAPixelAbove) {
   // Scales such as 100 / 3 are inexact in single precision: the fit must use the same float
   // products as the mapping, or the top value lands one pixel outside the rectangle.
   struct Case {
@@ -110,7 +84,6 @@ TEST_F(ChartTest, FittingPutsTheTopValueOnTheTopEdgeNotAPixelAbove) {
     QelPolylineChart chart(display, series(c.values));
     chart.adjust(c.rect);
     unsigned long top = std::max_element(c.values.begin(), c.values.end()) - c.values.begin();
-    QelPoint p;
     chart.getPoint(top, p, nullptr);
     EXPECT_EQ(p.y, c.rect.y) << c.rect.h << " / " << c.values.size();
   }
@@ -120,20 +93,8 @@ TEST_F(ChartTest, FittingPutsTheTopValueOnTheTopEdgeNotAPixelAbove) {
   chart.adjust(QelRect(0, 0, 100, 100));
   QelTransformer down(QelPoint(0, 10));
   chart.applyTransform(&down);
-  QelPoint p;
   chart.getPoint(1, p, nullptr);
   EXPECT_EQ(p.y, 10);
-}
-
-TEST_F(ChartTest, WhichPointPicksAtExactlySizeAndTheLowerIndexWins) {
-  QelFloatPoint points[] = {{10, 0}, {12, 0}, {40, 0}};
-  QelPolylineChart chart(display, new QelChartDataPoints(3, points, 0), QelPoint(0, 50), 1, 1);
-  EXPECT_EQ(chart.whichPoint(4, {}, QelPoint(14, 54), nullptr), 0u);  // both hold it
-  EXPECT_EQ(chart.whichPoint(4, {}, QelPoint(15, 46), nullptr), 1u);  // 5 from the first
-  EXPECT_EQ(chart.whichPoint(4, {}, QelPoint(44, 50), nullptr), 2u);
-  EXPECT_EQ(chart.whichPoint(4, {}, QelPoint(45, 50), nullptr), static_cast<unsigned long>(-1));
-  QelPolylineChart empty(display, nullptr);
-  EXPECT_EQ(empty.whichPoint(4, {}, QelPoint(0, 0), nullptr), static_cast<unsigned long>(-1));
 }
 
 // Records what the point selector picks.
@@ -146,9 +107,17 @@ class Picker : public QelViewChartInteractorSelectPoint {
   std::vector<unsigned long> picked;
 };
 
-TEST_F(ChartTest, PointSelectorPicksWithItsButtonWithinItsDistance) {
-  QelFloatPoint points[] = {{10, 0}, {40, 0}};
-  QelPolylineChart chart(display, new QelChartDataPoints(2, points, 0), QelPoint(0, 50), 1, 1);
+TEST_F(ChartTest, PointsArePickedAtExactlySizeAndTheLowerIndexWins) {
+  QelFloatPoint points[] = {{10, 0}, {12, 0}, {40, 0}};
+  QelPolylineChart chart(display, new QelChartDataPoints(3, points, 0), QelPoint(0, 50), 1, 1);
+  const unsigned long none = static_cast<unsigned long>(-1);
+  EXPECT_EQ(chart.whichPoint(4, {}, QelPoint(14, 54), nullptr), 0u);  // both hold it
+  EXPECT_EQ(chart.whichPoint(4, {}, QelPoint(15, 46), nullptr), 1u);  // 5 from the first
+  EXPECT_EQ(chart.whichPoint(4, {}, QelPoint(44, 50), nullptr), 2u);
+  EXPECT_EQ(chart.whichPoint(4, {}, QelPoint(45, 50), nullptr), none);
+  EXPECT_EQ(QelPolylineChart(display, nullptr).whichPoint(4, {}, QelPoint(), nullptr), none);
+
+  // The selector picks with its button only, within its distance.
   Picker picker(QelLeftButton, 4);
   struct Press {
     int type;
@@ -166,7 +135,7 @@ TEST_F(ChartTest, PointSelectorPicksWithItsButtonWithinItsDistance) {
     event.x = p.x, event.y = p.y;
     EXPECT_EQ(picker.handleEvent(&chart, event, nullptr, nullptr), p.consumed) << p.x;
   }
-  EXPECT_EQ(picker.picked, std::vector<unsigned long>{1});
+  EXPECT_EQ(picker.picked, std::vector<unsigned long>{2});
 }
 
 TEST_F(ChartTest, ScrollingMovesYPointsOnAndLeavesOtherDataAlone) {
@@ -179,11 +148,9 @@ TEST_F(ChartTest, ScrollingMovesYPointsOnAndLeavesOtherDataAlone) {
 
   QelPolylineChart moving(display, series({1, 2, 3}), QelPoint(0, 10), 10, 1);
   moving.scroll(8, area, nullptr, nullptr);
-  QelFloatPoint p;
-  moving.getData()->getPoint(0, p);
-  EXPECT_EQ(p.y, 2);
-  moving.getData()->getPoint(2, p);
-  EXPECT_EQ(p.y, 8);
+  auto* data = static_cast<QelChartDataYPoints*>(moving.getData());
+  EXPECT_EQ(std::vector<float>(data->getValues(), data->getValues() + 3),
+            (std::vector<float>{2, 3, 8}));
   // Before: y 7..9, after: y 2..8; their union grown by a pixel, held at 0.
   EXPECT_EQ(area, QelRect(0, 1, 22, 9));
 }
@@ -191,24 +158,18 @@ TEST_F(ChartTest, ScrollingMovesYPointsOnAndLeavesOtherDataAlone) {
 TEST_F(ChartTest, ClipConvertsOnlyTheVisibleSliceAndThePolylineLandsOnItsPixels) {
   std::vector<float> values(1000);
   for (size_t i = 0; i < values.size(); ++i) values[i] = float(i % 10);
-  QelPolylineChart chart(display, series(values), QelPoint(0, 100), 2, 10, palette("red"));
+  QelPolylineChart chart(display, series(values), QelPoint(0, 100), 2, 10);
   QelRegion clip(QelRect(100, 0, 20, 100));
   unsigned long count = 0;
   const QelPoint* points = chart.getPoints(count, &clip, nullptr);
   ASSERT_EQ(count, 13u);  // x 49 .. 61: the ten visible and a neighbour each side
   EXPECT_EQ(points[0], QelPoint(98, 10));
 
-  // Drawn: horizontal runs where the series is flat are impossible here; check the rising
-  // segment from (0, 100) to (2, 90) and a point of the falling one from (18, 10) to (20, 100).
+  // A one-pixel diagonal from (10, 60) to (50, 20).
   QelPolylineChart small(display, series({0, 1, 2}), QelPoint(10, 60), 20, 20, palette("red"));
-  QelPort* port = windowPort(80, 80);
-  small.draw(port, nullptr, nullptr);
-  Image image = read(port);
-  EXPECT_EQ(image.at(10, 60), 0xff0000u);
-  EXPECT_EQ(image.at(30, 40), 0xff0000u);
-  EXPECT_EQ(image.at(50, 20), 0xff0000u);
-  EXPECT_EQ(image.at(20, 50), 0xff0000u);  // on the first segment
-  EXPECT_EQ(image.count(0xff0000u), 41u);  // a one-pixel diagonal from (10, 60) to (50, 20)
+  Image image = drawn(small, 80, 80);
+  EXPECT_TRUE(pixelsAre(image, {{10, 60, kRed}, {20, 50, kRed}, {30, 40, kRed}, {50, 20, kRed}}));
+  EXPECT_EQ(image.count(kRed), 41u);
   EXPECT_TRUE(small.contains({}, QelPoint(31, 40), nullptr));
   EXPECT_FALSE(small.contains({}, QelPoint(30, 50), nullptr));
 }
@@ -217,43 +178,27 @@ TEST_F(ChartTest, ChartsRoundTripThroughDataFilesWithTheirDecorations) {
   auto* data = series({1, 4, 2});
   data->addPointInfo(new QelChartPointInfo(
       new QelFilledRectangle(display, QelRect(0, 0, 4, 4), palette("blue")), 1, QelPoint(-2, -2)));
-  std::unique_ptr<QelGraphic> chart(
-      new QelPolylineChart(display, data, QelPoint(5, 80), 10, 10, palette("red")));
-  std::stringstream file;
-  QelGraphic* graphics[] = {chart.get()};
-  ASSERT_TRUE(QelSaveGraphics(file, 1, graphics));
-  std::string text = file.str();
-  std::vector<QelGraphic*> loaded = QelLoadGraphics(file, display);
+  QelPolylineChart chart(display, data, QelPoint(5, 80), 10, 10, palette("red"));
+  std::string text;
+  auto loaded = roundTrip(display, {&chart}, &text);
   ASSERT_EQ(loaded.size(), 1u) << text;
-  std::unique_ptr<QelGraphic> copy(loaded[0]);
-  auto* polyline = dynamic_cast<QelPolylineChart*>(copy.get());
+  auto* polyline = dynamic_cast<QelPolylineChart*>(loaded[0].get());
   ASSERT_NE(polyline, nullptr);
   EXPECT_EQ(polyline->getOrigin(), QelPoint(5, 80));
   EXPECT_EQ(polyline->getXScale(), 10);
+  EXPECT_EQ(polyline->getPalette(), palette("red"));
   ASSERT_NE(polyline->getData(), nullptr);
   EXPECT_EQ(polyline->getData()->getCount(), 3u);
-  QelChartPointInfo* info = polyline->getData()->getPointInfo(1);
-  ASSERT_NE(info, nullptr);
-  auto* decoration = dynamic_cast<QelSimpleGraphic*>(info->getGraphic());
-  ASSERT_NE(decoration, nullptr);
-  EXPECT_EQ(decoration->getPalette(), palette("blue"));
-  EXPECT_EQ(polyline->getPalette(), palette("red"));
-
-  // The decoration is drawn at its point, displaced by its offset.
-  QelPort* port = windowPort(60, 100);
-  polyline->draw(port, nullptr, nullptr);
-  EXPECT_EQ(read(port).at(14, 39), 0x0000ffu);  // point 1 at (15, 40), offset (-2, -2)
+  // The decoration is drawn at its point, displaced by its offset: point 1 is at (15, 40).
+  EXPECT_TRUE(
+      pixelsAre(drawn(*polyline, 60, 100), {{13, 38, kBlue}, {16, 41, kBlue}, {12, 37, kWhite}}));
 
   // An unknown data class: the fatal message, and a chart without data.
-  std::string broken = text;
-  broken.replace(broken.find("QelChartDataYPoints"), 19, "QelChartDataMissing");
-  std::stringstream brokenFile(broken);
   CapturedMessages messages;
-  loaded = QelLoadGraphics(brokenFile, display);
+  loadEdited(display, text, "QelChartDataYPoints", "QelChartDataMissing");
   ASSERT_FALSE(messages.fatals().empty());
   EXPECT_EQ(messages.fatals()[0],
             "QelAbstractChart::readData: Unregistered class: QelChartDataMissing");
-  for (QelGraphic* g : loaded) delete g;
 }
 
 }  // namespace

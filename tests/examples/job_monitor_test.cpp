@@ -176,20 +176,13 @@ class JobMonitorTest : public ::testing::Test {
     XSetErrorHandler(previousHandler);
   }
 
-  void launch(std::vector<std::string> args, std::vector<std::string> environment = {}) {
+  void launch(std::vector<std::string> args) {
     args.insert(args.begin(), {"-geometry", "1000x700+0+0", "--print-status"});
-    environment.insert(environment.begin(), {"LANG=C.UTF-8", "LC_ALL=", "LANGUAGE="});
-    monitor = std::make_unique<Program>(KESTREL_JOB_MONITOR, args, directory, environment);
-    ASSERT_TRUE(eventually([&] {
-      for (Window top : children(x, DefaultRootWindow(x))) {
-        XClassHint hint{};
-        bool ours = XGetClassHint(x, top, &hint) && std::string(hint.res_class) == "JobMonitor";
-        if (hint.res_name) XFree(hint.res_name);
-        if (hint.res_class) XFree(hint.res_class);
-        if (ours && isViewable(x, top)) return (shell = top) != None;
-      }
-      return false;
-    })) << "the monitor's window never showed";
+    monitor =
+        std::make_unique<Program>(KESTREL_JOB_MONITOR, args, directory,
+                                  std::vector<std::string>{"LANG=C.UTF-8", "LC_ALL=", "LANGUAGE="});
+    ASSERT_TRUE(eventually([&] { return (shell = viewableTopLevel(x, "JobMonitor")) != None; }))
+        << "the monitor's window never showed";
   }
 
   Image screen() {
@@ -213,24 +206,15 @@ class JobMonitorTest : public ::testing::Test {
     // to the job pressed first.
     usleep(300000);
     QelRect box = rootGeometry(x, shell);
-    ASSERT_TRUE(xdotool(
-        {"mousemove", std::to_string(box.x + px), std::to_string(box.y + py), "click", "1"}));
+    ASSERT_TRUE(xdotoolClick(QelPoint(box.x + px, box.y + py)));
   }
 
   void drag(int fromX, int toX, int y) {
     QelRect box = rootGeometry(x, shell);
-    auto at = [&](int px) {
-      return std::vector<std::string>{"mousemove", std::to_string(box.x + px),
-                                      std::to_string(box.y + y)};
-    };
-    std::vector<std::string> args = at(fromX);
-    args.insert(args.end(), {"mousedown", "1"});
-    for (int step = 1; step <= 4; ++step) {
-      std::vector<std::string> move = at(fromX + (toX - fromX) * step / 4);
-      args.insert(args.end(), move.begin(), move.end());
-    }
-    args.insert(args.end(), {"mouseup", "1"});
-    ASSERT_TRUE(xdotool(args));
+    std::vector<QelPoint> path;
+    for (int step = 0; step <= 4; ++step)
+      path.push_back(QelPoint(box.x + fromX + (toX - fromX) * step / 4, box.y + y));
+    ASSERT_TRUE(xdotoolDrag(path));
   }
 
   // Opens the menu `title` of the menu bar (0 is File) and chooses its item `item`.
@@ -244,31 +228,15 @@ class JobMonitorTest : public ::testing::Test {
               [&](Window a, Window b) { return rootGeometry(x, a).x < rootGeometry(x, b).x; });
     ASSERT_GT(titles.size(), size_t(title));
     QelRect t = rootGeometry(x, titles[size_t(title)]);
-    ASSERT_TRUE(xdotool({"mousemove", std::to_string(t.x + int(t.w / 2)),
-                         std::to_string(t.y + int(t.h / 2)), "click", "1"}));
+    ASSERT_TRUE(xdotoolClick(QelPoint(t.x + int(t.w / 2), t.y + int(t.h / 2))));
     std::vector<Window> items;
-    ASSERT_TRUE(eventually([&] { return (items = menuItems()).size() > size_t(item); }))
-        << "no menu with item " << item << " opened";
+    ASSERT_TRUE(eventually([&] {
+      return (items = postedMenuItems(x, shell)).size() > size_t(item);
+    })) << "no menu with item "
+        << item << " opened";
     QelRect r = rootGeometry(x, items[size_t(item)]);
-    ASSERT_TRUE(xdotool({"mousemove", std::to_string(r.x + int(r.w / 2)),
-                         std::to_string(r.y + int(r.h / 2)), "click", "1"}));
-    ASSERT_TRUE(eventually([&] { return menuItems().empty(); }));
-  }
-
-  // The items of the posted pulldown, top to bottom, without its separators.
-  std::vector<Window> menuItems() {
-    for (Window top : children(x, DefaultRootWindow(x))) {
-      if (top == shell || !isViewable(x, top)) continue;
-      for (Window menu : children(x, top)) {
-        std::vector<Window> items;
-        for (Window item : children(x, menu))
-          if (isViewable(x, item) && rootGeometry(x, item).h > 6) items.push_back(item);
-        std::sort(items.begin(), items.end(),
-                  [&](Window a, Window b) { return rootGeometry(x, a).y < rootGeometry(x, b).y; });
-        if (!items.empty()) return items;
-      }
-    }
-    return {};
+    ASSERT_TRUE(xdotoolClick(QelPoint(r.x + int(r.w / 2), r.y + int(r.h / 2))));
+    ASSERT_TRUE(eventually([&] { return postedMenuItems(x, shell).empty(); }));
   }
 
   // The caption under the time axis, as black ink.

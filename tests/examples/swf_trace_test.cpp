@@ -7,6 +7,7 @@
 #include <filesystem>
 #include <fstream>
 #include <string>
+#include <tuple>
 
 #include "examples/swf_trace.h"
 
@@ -60,11 +61,9 @@ class SwfTraceTest : public ::testing::Test {
 };
 
 TEST_F(SwfTraceTest, ReadsJobsAndHeaderFromPlainAndGzipFiles) {
-  struct Expected {
-    long number, submit, wait, run, requested, partition;
-    bool killed;
-  };
-  const Expected expected[] = {
+  // Number, submit, wait, run, requested time, partition, killed at its limit.
+  using Job = std::tuple<long, long, long, long, long, long, bool>;
+  const Job expected[] = {
       {1, 0, 0, 83, 1200, 1, false},      // an unknown wait is no wait
       {2, 3, 25, 3611, 3611, 170, true},  // ran up to its limit; a CR before the newline
       {3, 12, 0, 9000, 1200, 7, true},    // ran past its limit; a partition the header lacks
@@ -84,16 +83,10 @@ TEST_F(SwfTraceTest, ReadsJobsAndHeaderFromPlainAndGzipFiles) {
     ASSERT_EQ(trace.jobCount, std::size(expected));
     for (size_t i = 0; i < trace.jobCount; ++i) {
       const SwfJob& job = trace.jobs[i];
-      const Expected& e = expected[i];
-      SCOPED_TRACE(e.number);
-      EXPECT_EQ(job.number, e.number);
-      EXPECT_EQ(job.submit, e.submit);
-      EXPECT_EQ(job.wait, e.wait);
-      EXPECT_EQ(swfStart(&job), e.submit + e.wait);
-      EXPECT_EQ(job.run, e.run);
-      EXPECT_EQ(job.requested, e.requested);
-      EXPECT_EQ(job.partition, e.partition);
-      EXPECT_EQ(swfKilledAtLimit(&job) != 0, e.killed);
+      EXPECT_EQ(Job(job.number, job.submit, job.wait, job.run, job.requested, job.partition,
+                    swfKilledAtLimit(&job) != 0),
+                expected[i]);
+      EXPECT_EQ(swfStart(&job), job.submit + job.wait) << job.number;
     }
     EXPECT_STREQ(swfPartitionName(&trace, 1), "grid.ici.ro");
     EXPECT_STREQ(swfPartitionName(&trace, 170), "lcg-lrz-ce.lrz-muenchen.de");
@@ -114,27 +107,20 @@ TEST_F(SwfTraceTest, FilesThatCannotBeReadGiveAnEmptyTraceAndAReason) {
   std::ofstream(truncated, std::ios::binary) << bytes.substr(0, bytes.size() / 2);
   const std::string longLine = plainFile(std::string(10000, '7') + "\n" +
                                          "1 0 -1 5 1 -1 -1 -1 10 -1 -1 1 1 -1 -1 1 -1 -1\n");
-  struct Case {
-    const char* name;
-    std::string path;
-    int result;
-    size_t jobs, skipped;
-  };
-  const Case cases[] = {
-      {"missing", (directory / "none.swf").string(), -1, 0, 0},
-      {"truncated gzip", truncated, -1, 0, 0},
-      {"a line longer than any job line", longLine, 0, 1, 1},
-      {"empty", plainFile("", "empty.swf"), 0, 0, 0},
-  };
-  for (const Case& c : cases) {
-    SCOPED_TRACE(c.name);
+  // A missing file, a truncated gzip file, a line longer than any job line, an empty file: the
+  // result, the jobs and the lines skipped.
+  using Case = std::tuple<std::string, int, size_t, size_t>;
+  for (const auto& [path, result, jobs, skipped] :
+       {Case{(directory / "none.swf").string(), -1, 0, 0}, Case{truncated, -1, 0, 0},
+        Case{longLine, 0, 1, 1}, Case{plainFile("", "empty.swf"), 0, 0, 0}}) {
+    SCOPED_TRACE(path);
     SwfTrace trace;
     char error[256] = "";
-    EXPECT_EQ(swfRead(c.path.c_str(), &trace, error, sizeof error), c.result);
-    EXPECT_EQ(trace.jobCount, c.jobs);
-    EXPECT_EQ(trace.skippedLines, c.skipped);
-    if (c.result != 0) {
-      EXPECT_NE(std::string(error).find(c.path), std::string::npos) << error;
+    EXPECT_EQ(swfRead(path.c_str(), &trace, error, sizeof error), result);
+    EXPECT_EQ(trace.jobCount, jobs);
+    EXPECT_EQ(trace.skippedLines, skipped);
+    if (result != 0) {
+      EXPECT_NE(std::string(error).find(path), std::string::npos) << error;
       EXPECT_EQ(trace.jobs, nullptr);
     }
     swfFree(&trace);

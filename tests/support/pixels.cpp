@@ -132,6 +132,21 @@ std::string outputDirectory() {
   return directory;
 }
 
+::testing::AssertionResult pixelsAre(const Image& image, const std::vector<ExpectedPixel>& pixels) {
+  std::string wrong;
+  for (const ExpectedPixel& p : pixels) {
+    const bool inside = p.x >= 0 && p.y >= 0 && p.x < image.width && p.y < image.height;
+    if (inside && image.at(p.x, p.y) == p.rgb) continue;
+    char line[80];
+    std::snprintf(line, sizeof line, "\n  (%d, %d) is %06x, expected %06x", p.x, p.y,
+                  inside ? image.at(p.x, p.y) : 0u, p.rgb);
+    wrong +=
+        inside ? line : "\n  (" + std::to_string(p.x) + ", " + std::to_string(p.y) + ") is outside";
+  }
+  if (wrong.empty()) return ::testing::AssertionSuccess();
+  return ::testing::AssertionFailure() << "pixels differ:" << wrong;
+}
+
 ::testing::AssertionResult imagesMatch(const Image& actual, const Image& expected,
                                        const std::string& name) {
   if (actual.width != expected.width || actual.height != expected.height)

@@ -39,6 +39,15 @@ Image readDrawable(Display* display, Drawable drawable, Visual* visual, Colormap
 // empty when there are none.
 QelRect extentOf(const Image& image, uint32_t colour, const Image* mask = nullptr);
 
+// A pixel a test expects: at (x, y), that colour.
+struct ExpectedPixel {
+  int x, y;
+  uint32_t rgb;
+};
+// Succeeds when every listed pixel has its colour; otherwise names each one that differs (or lies
+// outside the image).
+::testing::AssertionResult pixelsAre(const Image& image, const std::vector<ExpectedPixel>& pixels);
+
 // Writes an 8-bit RGB PNG; returns false when the file cannot be written.
 bool writePng(const Image& image, const std::string& path);
 // Reads a PNG file as RGB; an empty image when it cannot be read.

@@ -6,6 +6,9 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <X11/Xutil.h>
+
+#include <algorithm>
 #include <cerrno>
 #include <cstdlib>
 
@@ -88,6 +91,20 @@ bool xdotool(const std::vector<std::string>& args) {
   return pid > 0 && waitFor(pid, 0) == 0;
 }
 
+bool xdotoolClick(const QelPoint& root) {
+  return xdotool({"mousemove", std::to_string(root.x), std::to_string(root.y), "click", "1"});
+}
+
+bool xdotoolDrag(const std::vector<QelPoint>& path) {
+  std::vector<std::string> args;
+  for (size_t i = 0; i < path.size(); ++i) {
+    args.insert(args.end(), {"mousemove", std::to_string(path[i].x), std::to_string(path[i].y)});
+    if (i == 0) args.insert(args.end(), {"mousedown", "1"});
+  }
+  args.insert(args.end(), {"mouseup", "1"});
+  return xdotool(args);
+}
+
 std::vector<Window> children(Display* x, Window window) {
   Window root, parent, *list = nullptr;
   unsigned count = 0;
@@ -120,6 +137,33 @@ Window deepestAt(Display* x, Window top, int px, int py) {
     if (child == None) return current;
     current = child;
   }
+}
+
+Window viewableTopLevel(Display* x, const char* resClass) {
+  for (Window window : children(x, DefaultRootWindow(x))) {
+    XClassHint hint{};
+    if (!XGetClassHint(x, window, &hint)) continue;
+    const bool match = hint.res_class && std::string(hint.res_class) == resClass;
+    XFree(hint.res_name);
+    XFree(hint.res_class);
+    if (match && isViewable(x, window)) return window;
+  }
+  return None;
+}
+
+std::vector<Window> postedMenuItems(Display* x, Window owner) {
+  for (Window top : children(x, DefaultRootWindow(x))) {
+    if (top == owner || !isViewable(x, top)) continue;
+    for (Window menu : children(x, top)) {
+      std::vector<Window> items;
+      for (Window item : children(x, menu))
+        if (isViewable(x, item) && rootGeometry(x, item).h > 6) items.push_back(item);
+      std::sort(items.begin(), items.end(),
+                [&](Window a, Window b) { return rootGeometry(x, a).y < rootGeometry(x, b).y; });
+      if (!items.empty()) return items;
+    }
+  }
+  return {};
 }
 
 }  // namespace kestrel::test

@@ -38,6 +38,11 @@ class Program {
 
 // Runs xdotool to the end; true when it succeeded.
 bool xdotool(const std::vector<std::string>& args);
+// Clicks button 1 at a point of the root window.
+bool xdotoolClick(const QelPoint& root);
+// Presses button 1 at the first point of the root window, moves through the others and releases
+// at the last.
+bool xdotoolDrag(const std::vector<QelPoint>& path);
 
 std::vector<Window> children(Display* x, Window window);
 bool isViewable(Display* x, Window window);
@@ -45,5 +50,10 @@ bool isViewable(Display* x, Window window);
 QelRect rootGeometry(Display* x, Window window);
 // The innermost window under a point of `top`.
 Window deepestAt(Display* x, Window top, int px, int py);
+// A viewable top-level window of that class (WM_CLASS), or None.
+Window viewableTopLevel(Display* x, const char* resClass);
+// The items of the pulldown menu posted over `owner`, top to bottom, separators left out: the
+// children of the menu in the one viewable top-level window that is not `owner`.
+std::vector<Window> postedMenuItems(Display* x, Window owner);
 
 }  // namespace kestrel::test
