@@ -213,28 +213,6 @@ TEST_F(JobChartTest, NullHandlesAndBadArgumentsAreHarmless) {
   EXPECT_EQ(callUserCallback(chart, &x), &x);
 }
 
-TEST_F(JobChartTest, NoPixelOfTheRunningLookRemainsOnceTheNextFrameIsDrawn) {
-  ASSERT_NE(make({"a", "b"}), nullptr);
-  ASSERT_TRUE(host->realize());
-  setViewableTime(chart, 10);
-  ASSERT_EQ(startJobTracking(chart, "a", 1, nullptr), 0);
-  setElapsedTime(chart, 6);
-  updateActiveJobs(chart, 6);
-  // Selected: six pixels wide, with its start marker.
-  QelEvent press;
-  press.type = QelButtonDown;
-  chart->getInteractor()->handleEvent(chart->getTimeLine(0)->getSegments()->last(), press, chart,
-                                      nullptr);
-  host->settle();
-  ASSERT_GT(shot().count(kGreen), 50u);
-  stopJobTracking(chart, 0, 0);
-  updateActiveJobs(chart, 7);
-  host->settle();
-  Image after = shot();
-  EXPECT_EQ(after.count(kGreen), 0u);
-  EXPECT_GT(after.count(kBlue), 0u);
-}
-
 TEST_F(JobChartTest, ChartsOnTwoWidgetsBeforeRealizationFollowTheirHostsAndLeaveNothingBehind) {
   // Two charts on two forms of one host, made before the host is realized.
   Widget forms[2];
@@ -260,25 +238,9 @@ TEST_F(JobChartTest, ChartsOnTwoWidgetsBeforeRealizationFollowTheirHostsAndLeave
   EXPECT_EQ(startJobTracking(charts[1], "b", 1, nullptr), 1);  // rows of their own
   chartDestructor(charts[1]);
 
-  // A thousand jobs, clicks and resizes on the other, then a hundred charts made and destroyed:
-  // the server holds what it held before (the sanitizer build checks the memory).
-  Ko_chart* busy = static_cast<Ko_chart*>(charts[0]);
-  for (int job = 0; job < 1000; ++job) {
-    float now = float(job);
-    int id = startJobTracking(busy, names[job % 3], now, nullptr);
-    setElapsedTime(busy, now);
-    updateActiveJobs(busy, now + 0.5f);
-    if (id >= 0) stopJobTracking(busy, id, job % 2);
-    if (job % 100 == 0) {
-      QelEvent press;
-      press.type = QelButtonDown;
-      if (Ko_timeline* row = busy->getTimeLine(job % 3))
-        busy->getInteractor()->handleEvent(row->getSegments()->last(), press, busy, nullptr);
-      QelRect size(0, 0, 200 + job / 10, 150 + job / 20);
-      busy->handleResize(size);
-    }
-  }
-  chartDestructor(busy);
+  // A hundred charts made and destroyed: the server holds what it held before (the sanitizer
+  // build checks the memory).
+  chartDestructor(charts[0]);
   XSync(xDisplay, False);
   const long before = serverResources(xDisplay, XtWindow(host->shell()));
   for (int i = 0; i < 100; ++i) {
@@ -480,15 +442,6 @@ TEST_F(JobChartTest, TheHostsClickCallbackMayChangeOrDestroyTheChart) {
   const std::vector<Case> cases = {
       {"stops the job", [](void*) -> void* { return stopJobTracking(current, 0, 1), nullptr; },
        [&] { EXPECT_FALSE(current->getTimeLine(0)->isActive()); }},
-      {"starts jobs",
-       [](void*) -> void* {
-         stopJobTracking(current, 0, 0);
-         for (int i = 0; i < 3; ++i) startJobTracking(current, "a", 5, nullptr);
-         return nullptr;
-       },
-       [&] { EXPECT_EQ(current->getTimeLine(0)->getSegments()->getCount(), 2); }},
-      {"changes the unit", [](void*) -> void* { return setTimeUnits(current, KoMinutes), nullptr; },
-       [&] { EXPECT_EQ(current->getTimeUnits(), KoMinutes); }},
       {"destroys the chart",
        [](void*) -> void* {
          chartDestructor(current);
