@@ -145,6 +145,14 @@ TEST_F(GadgetTest, PositionToValueSpansTheTrackAndATinyTrackGivesZero) {
   }
   QelScrollBar tiny(display, QelRect(0, 0, 12, 20));
   EXPECT_EQ(tiny.positionToValue(QelPoint(6, 5), nullptr), 0);
+  // On a bar too short for two square arrows they share it; a slider is never shorter than 6.
+  QelScrollBar stub(display, QelRect(0, 0, 30, 20), QelHorizontal);
+  QelScrollBarLayout parts = stub.layout(nullptr);
+  EXPECT_EQ(parts.decrementArrow, QelRect(2, 2, 13, 16));  // inside the two-pixel shadow
+  EXPECT_EQ(parts.incrementArrow, QelRect(15, 2, 13, 16));
+  QelScrollBar wide(display, QelRect(0, 0, 200, 20), QelHorizontal);
+  wide.setValues(0, 1000000, 0, 1);
+  EXPECT_EQ(wide.layout(nullptr).slider.w, 6u);
 }
 
 TEST_F(GadgetTest, MotifLookPaintsTroughSliderAndArrowsInTheirReliefColours) {
@@ -183,7 +191,7 @@ TEST_F(GadgetTest, ClicksDragsHeldArrowsAndKeysMoveTheValueAndCallBack) {
   MotifHost host(xDisplay, 30, 30, 300, 200);
   QelContainer container(display, host.board(), QelRect(0, 0, 300, 200));
   auto* bar = new QelScrollBar(display, QelRect(10, 10, 260, 20));
-  bar->setValues(0, 100, 50, 10);
+  bar->setValues(20, 120, 70, 10);  // a minimum other than 0 moves every value
   int changes = 0, drags = 0;
   bar->setCallback(QelGraphic::CallbackSymbol(), count, &changes);
   bar->setCallback(QelScrollBar::DragCallbackSymbol(), count, &drags);
@@ -199,16 +207,15 @@ TEST_F(GadgetTest, ClicksDragsHeldArrowsAndKeysMoveTheValueAndCallBack) {
     int32_t value;
   };
   for (const Click& c :
-       {Click{centreOf(parts.decrementArrow), 49}, Click{centreOf(parts.incrementArrow), 50},
-        Click{QelPoint(parts.trough.x + 2, troughY), 40},
-        Click{QelPoint(int32_t(parts.trough.right64()) - 2, troughY), 50}}) {
+       {Click{centreOf(parts.decrementArrow), 69}, Click{centreOf(parts.incrementArrow), 70},
+        Click{QelPoint(parts.trough.x + 2, troughY), 60},
+        Click{QelPoint(int32_t(parts.trough.right64()) - 2, troughY), 70}}) {
     host.moveTo(widget, c.at.x, c.at.y);
     host.click(1);
     host.settle();
     EXPECT_EQ(bar->getValue(), c.value) << c.at.x;
   }
   EXPECT_EQ(changes, 4);
-
   // Held, the arrow repeats.
   host.moveTo(widget, centreOf(parts.incrementArrow).x, centreOf(parts.incrementArrow).y);
   host.button(1, true);
@@ -216,7 +223,20 @@ TEST_F(GadgetTest, ClicksDragsHeldArrowsAndKeysMoveTheValueAndCallBack) {
   host.pumpUntil([&] { return std::chrono::steady_clock::now() > until; });
   host.button(1, false);
   host.settle();
-  EXPECT_GT(bar->getValue(), 51);
+  EXPECT_GT(bar->getValue(), 71);
+
+  // Held in the trough, pages go on while the pointer is past the slider's last pixel: held on
+  // the pixel just past the slider at 50, they stop at 60.
+  bar->setValue(50, 0);
+  const int32_t stop = int32_t(bar->layout(nullptr).slider.right64());
+  bar->setValue(20, 0);
+  host.moveTo(widget, stop, troughY);
+  host.button(1, true);
+  until = std::chrono::steady_clock::now() + std::chrono::milliseconds(900);
+  host.pumpUntil([&] { return std::chrono::steady_clock::now() > until; });
+  host.button(1, false);
+  host.settle();
+  EXPECT_EQ(bar->getValue(), 60);
 
   // The slider follows the pointer to either end, calling the drag callbacks on the way and
   // the main ones once, on release.
@@ -230,7 +250,7 @@ TEST_F(GadgetTest, ClicksDragsHeldArrowsAndKeysMoveTheValueAndCallBack) {
     host.moveTo(widget, slider.x + end, 20);
     host.button(1, false);
     host.settle();
-    EXPECT_EQ(bar->getValue(), end < 0 ? 0 : 90);
+    EXPECT_EQ(bar->getValue(), end < 0 ? 20 : 110);
     EXPECT_GT(drags, 0);
     EXPECT_EQ(changes, before + 1);
   }
@@ -240,8 +260,8 @@ TEST_F(GadgetTest, ClicksDragsHeldArrowsAndKeysMoveTheValueAndCallBack) {
     unsigned long keysym;
     int32_t value;
   };
-  for (const Key& k : {Key{XK_Home, 0}, Key{XK_Right, 1}, Key{XK_Next, 11}, Key{XK_End, 90},
-                       Key{XK_Prior, 80}, Key{XK_Left, 79}}) {
+  for (const Key& k : {Key{XK_Home, 20}, Key{XK_Right, 21}, Key{XK_Next, 31}, Key{XK_End, 110},
+                       Key{XK_Prior, 100}, Key{XK_Left, 99}}) {
     host.type(k.keysym);
     host.settle();
     EXPECT_EQ(bar->getValue(), k.value) << k.keysym;
