@@ -40,7 +40,7 @@ TESTS_OF = {
     "src/ko_chart/": "job_|c_host|installed_host|library",
 }
 EXCLUDED = "job_chart_soak"
-TEST_BUDGET = 300  # seconds for one fault's tests; a fault that hangs a test is caught by it
+TEST_BUDGET = 180  # seconds for one fault's tests; a fault that hangs a test is caught by it
 
 
 class Fault:
