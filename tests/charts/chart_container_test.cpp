@@ -159,6 +159,19 @@ TEST_F(ChartContainerTest, HooksRunOnAddAndOnEveryRangeChangeInOrder) {
   }
 }
 
+// A first chart of one x value still gives limits a unit wide; a bottom scale attached to a
+// value crosses the area where the charts draw it, above the area's bottom.
+TEST_F(ChartContainerTest, FlatLimitsAndAScaleAttachedToAValue) {
+  container->addChart(line({{5, 2}, {5, 4}}), 0);
+  float min = 0, max = 0;
+  container->getLimits(QelHorizontal, min, max);
+  EXPECT_EQ(std::make_pair(min, max), std::make_pair(5.0f, 6.0f));
+  container->attachOrigin(QelBottom, 3);
+  QelPoint origins[3];
+  container->getOrigins(origins);
+  EXPECT_LT(origins[0].y, 0);
+}
+
 // A resize scales the layout and then moves the objects attached to the view's edges: one on
 // the right keeps its distance to it, one on the left and right stretches, one on the bottom
 // follows it up.

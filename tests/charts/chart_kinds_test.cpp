@@ -224,6 +224,12 @@ TEST_F(ChartKindsTest, BarKindsScaleTheirWidthsWithTheTransform) {
   bars.applyTransform(&zoom);
   EXPECT_EQ(bars.getHalfWidth(), 8u);
   EXPECT_EQ(bars.getXScale(), 20);
+  EXPECT_EQ(bars.getYScale(), 30);
+  // Half pixels round up: 5 * 1.5 is 8.
+  QelBarChart odd(display, series({1, 2}), QelPoint(0, 100), 10, 10, 5);
+  QelTransformer half(1.5, 1.0);
+  odd.applyTransform(&half);
+  EXPECT_EQ(odd.getHalfWidth(), 8u);
   QelBarChart across(display, series({1, 2}), QelPoint(0, 100), 10, 10, 4, QelHorizontal);
   across.applyTransform(&zoom);
   EXPECT_EQ(across.getHalfWidth(), 12u);
