@@ -10,46 +10,28 @@
 
 namespace {
 
-std::vector<std::string> calls;
-
-int firstState = 0, secondState = 0;
-void firstWork() {
-  calls.push_back("first");
+std::vector<int> calls;
+int states[2];
+int first() {
+  return QelInitializeOnce(states[0], [] { calls.push_back(1); });
 }
-void secondWork() {
-  calls.push_back("second");
-  QelInitializeOnce(secondState, secondWork);  // a module reaching itself does not recurse
-}
-int firstModule() {
-  return QelInitializeOnce(firstState, firstWork);
-}
-int secondModule() {
-  return QelInitializeOnce(secondState, secondWork);
+int second() {
+  // A module reaching itself while it initialises does not recurse.
+  return QelInitializeOnce(states[1], [] { calls.push_back(2), second(); });
 }
 
-TEST(ModuleInitTest, EachInitialiserWorksOnceInTableOrderAndKeepsItsResult) {
-  calls.clear();
-  const QelModule table[] = {{"second", secondModule}, {"first", firstModule}};
+TEST(ModuleInitTest, EachInitialiserWorksOnceInTableOrderAndQelHomeOverridesTheDefaultHome) {
+  const QelModule table[] = {{"second", second}, {"first", first}};
   int results[2] = {0, 0};
-  unsetenv("QELHOME");
-  QelLoadModules(table, 2, results, "xxx");
-  QelLoadModules(table, 2, results, "xxx");
-  EXPECT_EQ(calls, (std::vector<std::string>{"second", "first"}));
-  EXPECT_EQ(results[0], 1);
-  EXPECT_EQ(results[1], 1);
-  EXPECT_STREQ(QelGetDefaultHome(), "xxx");
-  QelSetDefaultHome(nullptr);
-}
-
-TEST(ModuleInitTest, DefaultHomeIsLeftAloneWhenQelHomeIsSet) {
-  QelSetDefaultHome(nullptr);
-  setenv("QELHOME", "/srv/qel", 1);
-  QelLoadModules(nullptr, 0, nullptr, "xxx");
-  EXPECT_EQ(QelGetDefaultHome(), nullptr);
-  setenv("QELHOME", "", 1);  // empty counts as unset
-  QelLoadModules(nullptr, 0, nullptr, "xxx");
-  EXPECT_STREQ(QelGetDefaultHome(), "xxx");
-  unsetenv("QELHOME");
+  // QELHOME, and the default home after loading; an empty QELHOME counts as unset.
+  for (auto [env, home] :
+       {std::pair<const char*, std::string>{"/srv/qel", "(none)"}, {"", "xxx"}, {nullptr, "xxx"}}) {
+    QelSetDefaultHome(nullptr);
+    env ? setenv("QELHOME", env, 1) : unsetenv("QELHOME");
+    QelLoadModules(table, 2, results, "xxx");
+    EXPECT_EQ(QelGetDefaultHome() ? QelGetDefaultHome() : "(none)", home) << (env ? env : "unset");
+  }
+  EXPECT_EQ(calls, (std::vector<int>{2, 1}));
   QelSetDefaultHome(nullptr);
 }
 

@@ -1,5 +1,9 @@
 #include <gtest/gtest.h>
 
+#include <cmath>
+#include <string>
+#include <tuple>
+
 #include "display/color.h"
 #include "tests/display/rules.h"
 #include "tests/support/display_fixture.h"
@@ -9,56 +13,41 @@ namespace kestrel::test {
 
 void checkColorRules(QelDisplay* display) {
   CapturedMessages messages;
-  // #rgb and #rrggbb widen to one cached colour.
-  QelColor* short3 = display->getColor("#0f8");
-  ASSERT_NE(short3, nullptr);
-  EXPECT_EQ(display->getColor("#00ff88"), short3);
-  EXPECT_EQ(display->getColor("#0000ffff8888"), short3);
-  EXPECT_STREQ(short3->getName(), "#0000ffff8888");
-  unsigned short r, g, b;
-  short3->getRGB(r, g, b);
-  EXPECT_EQ(r, 0);
-  EXPECT_EQ(g, 0xffff);
-  EXPECT_EQ(b, 0x8888);
-  EXPECT_EQ(display->getColor("#0f"), nullptr);  // neither 3 nor 6 digits: X refuses it
-
+  using u16 = unsigned short;
+  // #rgb and #rrggbb widen to one cached colour, whatever their case, and an RGB request for it
+  // is that colour too.
+  QelColor* teal = display->getColor("#0f8");
+  ASSERT_NE(teal, nullptr);
+  for (const char* same : {"#00ff88", "#0000ffff8888", "#00FF88"})
+    EXPECT_EQ(display->getColor(same), teal) << same;
+  EXPECT_EQ(display->getColor(u16(0), u16(0xffff), u16(0x8888)), teal);
+  EXPECT_STREQ(teal->getName(), "#0000ffff8888");
+  u16 r, g, b;
+  teal->getRGB(r, g, b);
+  EXPECT_TRUE(r == 0 && g == 0xffff && b == 0x8888);
+  // X colour names ignore case, and so does the cache.
   QelColor* red = display->getColor("red");
   ASSERT_NE(red, nullptr);
-  EXPECT_EQ(display->getColor("red"), red);
-  EXPECT_EQ(display->findColor("red"), red);
-  // X colour names ignore case, and so does the cache; an RGB request is the same colour too.
-  using u16 = unsigned short;
   EXPECT_EQ(display->getColor("Red"), red);
   EXPECT_EQ(display->findColor("RED"), red);
-  EXPECT_EQ(display->getColor("#00FF88"), short3);
-  EXPECT_EQ(display->getColor(u16(0), u16(0xffff), u16(0x8888)), short3);
-  EXPECT_EQ(display->getColor(u16(0xffff), u16(0), u16(0)),
-            display->getColor(u16(0xffff), u16(0), u16(0)));
-  EXPECT_EQ(display->getColor(0.0f, 1.0f, 1.0f), display->getColor(u16(0xffff), u16(0), u16(0)));
-
-  EXPECT_EQ(display->getColor("no such colour"), nullptr);
-  EXPECT_EQ(display->getColor(""), nullptr);
+  const std::string tooLong(300, 'a');
+  for (const char* bad : {"#0f", "no such colour", "", tooLong.c_str()})  // X refuses "#0f"
+    EXPECT_EQ(display->getColor(bad), nullptr) << bad;
   EXPECT_EQ(display->getColor(static_cast<const char*>(nullptr)), nullptr);
-  EXPECT_EQ(display->getColor(std::string(300, 'a').c_str()), nullptr);
 
   // Mutable colours are private cells: a new one per request where the visual has them.
-  bool writable = display->getVisual()->c_class == PseudoColor;
   QelColor* first = display->getColor("red", 1);
   QelColor* second = display->getColor("red", 1);
-  if (writable) {
+  if (display->getVisual()->c_class == PseudoColor) {
     ASSERT_TRUE(first && second);
-    EXPECT_NE(first, second);
-    EXPECT_NE(first, red);
     EXPECT_NE(first->getIndex(), second->getIndex());
     first->setRGB(0, 0, 0xffff);
     XColor cell;
     cell.pixel = first->getIndex();
     XQueryColor(display->getXDisplay(), display->getColormap()->getColormap(), &cell);
-    EXPECT_EQ(cell.blue, 0xffff);
-    EXPECT_EQ(cell.red, 0);
+    EXPECT_TRUE(cell.blue == 0xffff && cell.red == 0);
   } else {
-    EXPECT_EQ(first, nullptr);  // read-only visuals have no private cells
-    EXPECT_EQ(second, nullptr);
+    EXPECT_TRUE(!first && !second);  // read-only visuals have no private cells
   }
   delete first;
   delete second;
@@ -69,22 +58,16 @@ void checkColorRules(QelDisplay* display) {
   nearest->getRGB(r, g, b);
   EXPECT_EQ(r, 0xffff);
   EXPECT_GT(distance, 0u);
-  EXPECT_TRUE(messages.warnings().empty());
-  EXPECT_TRUE(messages.fatals().empty());
+  EXPECT_TRUE(messages.warnings().empty() && messages.fatals().empty());
 }
 
 namespace {
 
 class ColorTest : public DisplayTest {};
 
-TEST_F(ColorTest, NamesWidenShareAndFailQuietly) {
+TEST_F(ColorTest, NamesWidenShareAndFailQuietlyAndTheLastUnlockFrees) {
   checkColorRules(display);
-}
-
-TEST_F(ColorTest, UnlockingTheLastHolderFreesAColour) {
   QelColor* orange = display->getColor("orange");
-  ASSERT_NE(orange, nullptr);
-  EXPECT_EQ(orange->getLockCount(), 0u);
   orange->lock();
   orange->lock();
   orange->unLock();
@@ -93,33 +76,42 @@ TEST_F(ColorTest, UnlockingTheLastHolderFreesAColour) {
   EXPECT_EQ(display->findColor("orange"), nullptr);
 }
 
-// Resource files of a user: the defaults fall back when the two colours could not be told apart.
-struct DefaultsCase {
-  const char* background;
-  const char* foreground;
-  const char* expectedBackground;
-  const char* expectedForeground;
-};
+// Hues in eighths of the circle, so that every component is exact before it is scaled to 16
+// bits; a quarter scales to 16383.75, which rounds to 16384.
+TEST(HsvTest, EachHueSectorGivesItsComponentsRoundedToSixteenBits) {
+  using Row = std::tuple<float, float, float, int, int, int>;
+  const float nan = std::nanf("");
+  for (auto [h, s, v, r, g, b] :
+       {Row{0, 1, 1, 65535, 0, 0}, Row{0.125f, 1, 1, 65535, 49151, 0},
+        Row{0.25f, 1, 1, 32768, 65535, 0}, Row{0.375f, 1, 1, 0, 65535, 16384},
+        Row{0.5f, 1, 1, 0, 65535, 65535}, Row{0.625f, 1, 1, 0, 16384, 65535},
+        Row{0.75f, 1, 1, 32768, 0, 65535}, Row{0.875f, 1, 1, 65535, 0, 49151},
+        Row{1.25f, 1, 1, 32768, 65535, 0},  // the hue wraps around
+        Row{0, 0, 0.25f, 16384, 16384, 16384}, Row{nan, nan, 2, 65535, 65535, 65535}}) {
+    unsigned short red, green, blue;
+    QelHSVToRGB(h, s, v, red, green, blue);
+    EXPECT_EQ(std::make_tuple(int(red), int(green), int(blue)), std::make_tuple(r, g, b))
+        << h << " " << s << " " << v;
+  }
+}
 
+// Resource files of a user: the defaults fall back when the two colours could not be told apart.
 TEST(DefaultColorsTest, ResourceFallbacks) {
-  const DefaultsCase cases[] = {
+  const std::tuple<const char*, const char*, const char*, const char*> cases[] = {
       {"blue", "blue", "gray", "black"},                // equal texts
       {"black", "#000", "white", "black"},              // equal pixels
       {"no-such-colour", "yellow", "white", "yellow"},  // unknown background
       {"", "", "gray", "black"},                        // empty values
   };
-  for (const DefaultsCase& c : cases) {
+  for (auto [background, foreground, expectedBackground, expectedForeground] : cases) {
     Display* x = openXtDisplay();
     ASSERT_NE(x, nullptr);
-    putResources(x, {std::string("kestrel-defaults.background: ") + c.background,
-                     std::string("kestrel-defaults.foreground: ") + c.foreground});
+    putResources(x, {std::string("kestrel-defaults.background: ") + background,
+                     std::string("kestrel-defaults.foreground: ") + foreground});
     {
       QelDisplay display(x, "kestrel-defaults");
-      ASSERT_NE(display.getXDisplay(), nullptr);
-      QelColor* expectedBackground = display.getColor(c.expectedBackground);
-      QelColor* expectedForeground = display.getColor(c.expectedForeground);
-      EXPECT_EQ(display.defaultBackground(), expectedBackground) << c.background;
-      EXPECT_EQ(display.defaultForeground(), expectedForeground) << c.foreground;
+      EXPECT_EQ(display.defaultBackground(), display.getColor(expectedBackground)) << background;
+      EXPECT_EQ(display.defaultForeground(), display.getColor(expectedForeground)) << foreground;
     }
     closeXtDisplay(x);
   }

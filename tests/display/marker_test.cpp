@@ -40,10 +40,8 @@ TEST_F(MarkerTest, EachFigureCoversItsHandComputedPixels) {
   const int count = int(sizeof types / sizeof *types);
   QelPort* port = windowPort(count * kCell, kCell);
   QelPalette* palette = display->getPalette(display->getColor("white"), display->getColor("black"));
-  palette->lock();
   for (int i = 0; i < count; ++i)
     display->drawMarker(port, palette, QelPoint(kCell / 2 + i * kCell, kCell / 2), types[i], kSize);
-  palette->unLock();
 
   // Pixel centres are the integer points; polygon edges on the left and top belong to the fill,
   // those on the right and bottom do not.
@@ -85,10 +83,8 @@ TEST_F(MarkerTest, EachFigureCoversItsHandComputedPixels) {
   expected.fillRect(cx(8) - s, cy, 2 * s + 1, 1, kBlack);
   expected.fillRect(cx(8), cy - s, 1, 2 * s + 1, kBlack);
   // Square: the 2s by 2s frame.
-  expected.fillRect(cx(9) - s, cy - s, 2 * s, 1, kBlack);
-  expected.fillRect(cx(9) - s, cy + s - 1, 2 * s, 1, kBlack);
-  expected.fillRect(cx(9) - s, cy - s, 1, 2 * s, kBlack);
-  expected.fillRect(cx(9) + s - 1, cy - s, 1, 2 * s, kBlack);
+  expected.fillRect(cx(9) - s, cy - s, 2 * s, 2 * s, kBlack);
+  expected.fillRect(cx(9) - s + 1, cy - s + 1, 2 * s - 2, 2 * s - 2, kWhite);
   EXPECT_TRUE(imagesMatch(read(port), expected, "marker-figures"));
 }
 

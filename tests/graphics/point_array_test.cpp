@@ -2,79 +2,39 @@
 
 #include <gtest/gtest.h>
 
+#include <vector>
+
 #include "graphics/transformer.h"
 
 namespace {
 
-QelPointArray square() {
-  QelPoint corners[] = {{0, 0}, {10, 0}, {10, 10}, {0, 10}};
-  return QelPointArray(4, corners, 1);
+QelPointArray array(std::vector<QelPoint> points) {
+  return QelPointArray(uint32_t(points.size()), points.data(), 1);
 }
+const std::vector<QelPoint> kSquare = {{0, 0}, {10, 0}, {10, 10}, {0, 10}};
 
-TEST(PointArrayTest, HorizontalRayCountIncludesTheClosingEdgeAndDoublesTwoPoints) {
-  QelPointArray poly = square();
-  EXPECT_EQ(poly.nbHorizontalIntersect(QelPoint(5, 5)), 1u);
-  EXPECT_EQ(poly.nbHorizontalIntersect(QelPoint(-5, 5)), 2u);
-  EXPECT_EQ(poly.nbHorizontalIntersect(QelPoint(15, 5)), 0u);
+TEST(PointArrayTest, BoxRayCountsAreaAndOutlineIncludeTheLastPointAndTheClosingEdge) {
+  const QelPointArray square = array(kSquare), line = array({{10, 0}, {10, 10}});
+  EXPECT_EQ(square.bbox(), QelRect(0, 0, 11, 11));  // every point is a pixel
+  EXPECT_EQ(square.nbHorizontalIntersect(QelPoint(5, 5)), 1u);
+  EXPECT_EQ(square.nbHorizontalIntersect(QelPoint(-5, 5)), 2u);
+  EXPECT_EQ(square.nbHorizontalIntersect(QelPoint(15, 5)), 0u);
+  EXPECT_EQ(line.nbHorizontalIntersect(QelPoint(0, 5)), 2u);  // two points: there and back
+  EXPECT_EQ(array({{10, 0}}).nbHorizontalIntersect(QelPoint(0, 5)), 0u);
+  EXPECT_TRUE(square.outlineContains(QelPoint(0, 5)));
+  EXPECT_FALSE(square.outlineContains(QelPoint(5, 5)));
 
-  QelPoint ends[] = {{10, 0}, {10, 10}};
-  QelPointArray line(2, ends, 1);
-  EXPECT_EQ(line.nbHorizontalIntersect(QelPoint(0, 5)), 2u);
-  QelPointArray single(1, ends, 1);
-  EXPECT_EQ(single.nbHorizontalIntersect(QelPoint(0, 5)), 0u);
-}
-
-TEST(PointArrayTest, SignedAreaOrientationAndTransformedArea) {
-  QelPointArray poly = square();
-  EXPECT_EQ(poly.area(nullptr), 100);
-  EXPECT_EQ(poly.orientation(), 1);
-  QelTransformer doubled(2.0, 3.0);
-  EXPECT_EQ(poly.area(&doubled), 600);
-  QelPoint reversed[] = {{0, 0}, {0, 10}, {10, 10}, {10, 0}};
-  QelPointArray back(4, reversed, 1);
+  // Signed areas, halved toward zero, and orientations.
+  const QelTransformer stretch(2.0, 3.0);
+  EXPECT_EQ(square.area(nullptr), 100);
+  EXPECT_EQ(square.area(&stretch), 600);
+  EXPECT_EQ(square.orientation(), 1);
+  const QelPointArray back = array({{0, 0}, {0, 10}, {10, 10}, {10, 0}});
   EXPECT_EQ(back.area(nullptr), -100);
   EXPECT_EQ(back.orientation(), -1);
-  QelPoint odd[] = {{0, 0}, {3, 0}, {0, 1}};  // 3 / 2 truncates toward zero
-  EXPECT_EQ(QelPointArray(3, odd, 1).area(nullptr), 1);
-  QelPoint collinear[] = {{0, 0}, {5, 5}, {10, 10}};
-  EXPECT_EQ(QelPointArray(3, collinear, 1).orientation(), 0);
-  EXPECT_EQ(QelPointArray(2, odd, 1).area(nullptr), 0);
-}
-
-TEST(PointArrayTest, EditsKeepTheBoundingBoxCurrent) {
-  QelPointArray poly = square();
-  EXPECT_EQ(poly.bbox(), QelRect(0, 0, 11, 11));
-  QelPoint extra[] = {{20, 5}, {-3, 5}};
-  poly.addPoints(2, extra, 2);
-  ASSERT_EQ(poly.getCount(), 6u);
-  EXPECT_EQ(poly.getPoints()[2], QelPoint(20, 5));
-  EXPECT_EQ(poly.getPoints()[4], QelPoint(10, 10));
-  EXPECT_EQ(poly.bbox(), QelRect(-3, 0, 24, 11));
-  poly.movePoint(QelPoint(5, 30), 0);
-  poly.movePoint(QelPoint(99, 99), 6);  // past the end: ignored
-  EXPECT_EQ(poly.bbox(), QelRect(-3, 0, 24, 31));
-  poly.removePoints(1, 100);
-  EXPECT_EQ(poly.getCount(), 1u);
-  EXPECT_EQ(poly.bbox(), QelRect(5, 30, 1, 1));
-  poly.removePoints(5, 1);
-  EXPECT_EQ(poly.getCount(), 1u);
-
-  QelPointArray moved = square();
-  QelTransformer shift(QelPoint(5, -5));
-  QelRect box;
-  moved.boundingBox(box, &shift);
-  EXPECT_EQ(box, QelRect(5, -5, 11, 11));
-  EXPECT_EQ(moved.bbox(), QelRect(0, 0, 11, 11));
-  moved.applyTransform(&shift);
-  EXPECT_EQ(moved.bbox(), box);
-}
-
-TEST(PointArrayTest, OutlineIsHitOnEveryEdgeIncludingTheClosingOne) {
-  QelPointArray poly = square();
-  EXPECT_TRUE(poly.outlineContains(QelPoint(5, 0)));
-  EXPECT_TRUE(poly.outlineContains(QelPoint(0, 5)));  // closing edge
-  EXPECT_FALSE(poly.outlineContains(QelPoint(5, 5)));
-  EXPECT_FALSE(QelPointArray().outlineContains(QelPoint(0, 0)));
+  EXPECT_EQ(array({{0, 0}, {3, 0}, {0, 1}}).area(nullptr), 1);
+  EXPECT_EQ(array({{0, 0}, {5, 5}, {10, 10}}).orientation(), 0);
+  EXPECT_EQ(line.area(nullptr), 0);
 }
 
 }  // namespace
