@@ -177,10 +177,17 @@ TEST_F(GadgetTest, MotifLookPaintsTroughSliderAndArrowsInTheirReliefColours) {
     const QelPoint beyond(across ? int32_t(s.right64()) + 5 : t.x,
                           across ? t.y : int32_t(s.bottom64()) + 5);
     const std::vector<ExpectedPixel> expected = {
-        {rect.x, rect.y, dark}, {int(rect.right64()) - 1, int(rect.bottom64()) - 1, light},
-        {s.x, s.y, light},      {int(s.right64()) - 1, int(s.bottom64()) - 1, dark},
-        {c.x, c.y, face},       {beyond.x, beyond.y, trough},
-        {d.x, d.y, face},       {i.x, i.y, face}};
+        {rect.x, rect.y, dark},
+        {int(rect.right64()) - 1, int(rect.bottom64()) - 1, light},
+        {s.x, s.y, light},
+        {int(s.right64()) - 1, int(s.bottom64()) - 1, dark},
+        {c.x, c.y, face},
+        {beyond.x, beyond.y, trough},
+        {d.x, d.y, face},
+        {i.x, i.y, face},
+        // The lower shade takes the bottom-left corner, the upper one stops before it.
+        {rect.x, int(rect.bottom64()) - 1, light},
+        {s.x, int(s.bottom64()) - 1, dark}};
     EXPECT_TRUE(pixelsAre(read(port), expected));
     for (const QelRect& arrow : {parts.decrementArrow, parts.incrementArrow})
       EXPECT_EQ(arrow.w, arrow.h);
