@@ -9,7 +9,7 @@
 namespace {
 
 // The keys of a list are symbols: one per text, whichever string it was built in.
-TEST(AListTest, EqualTextsGiveOneSymbolAndFindNeverCreates) {
+TEST(SymbolTest, EqualTextsGiveOneSymbolAndFindNeverCreates) {
   EXPECT_EQ(QelSymbol::Get(std::string("callback").c_str()), QelSymbol::Get("callback"));
   EXPECT_NE(QelSymbol::Get("callback"), QelSymbol::Get("Callback"));
   EXPECT_EQ(QelSymbol::Find("never-interned-before"), nullptr);

@@ -4,9 +4,7 @@
 
 #include <chrono>
 #include <cstdint>
-#include <ostream>
 #include <tuple>
-#include <vector>
 
 #include "display/event.h"
 #include "tests/support/display_fixture.h"
