@@ -155,6 +155,8 @@ class QelContainer : public QelView, public QelGraphicHolder {
   void setVisible(QelGraphic* obj, bool visible, int reDraw = 0);
   bool isVisible(const QelGraphic* obj) const { return !_hidden.count(obj); }
   const QelTransformer* getTransformer() const { return _transformer.get(); }
+  // The object's box in the view, prepared first: what reDrawObj repaints.
+  QelRect objectBox(const QelGraphic* obj) const;
   // Writes the objects as a data file; false when the stream fails.
   bool save(std::ostream& stream) const;
 
@@ -176,7 +178,6 @@ class QelContainer : public QelView, public QelGraphicHolder {
   // Takes the object out of the list, the membership set and the pressed slot.
   void forget(QelGraphic* obj);
   void setPressed(QelGraphic* obj);
-  QelRect objectBox(const QelGraphic* obj) const;
   // Copies `rect` of the off-screen bitmap to the same place in the window.
   void showFromBuffer(const QelRect& rect);
 

@@ -381,6 +381,11 @@ class QelDisplay {
   // display does so before any other request of its own and when a session ends; code that
   // makes X requests of its own on a drawable the display draws on calls it first.
   void sendQueuedFigures() const;
+  // The palette's graphics context for drawing now: its clip is brought up to date first.
+  GC drawingGC(const QelPalette* palette) const;
+  // Sends the palette's clip to its graphics context now, after the figures queued with it;
+  // code that changed the context's clip itself puts the palette's back with it.
+  void sendClip(const QelPalette* palette) const;
   void flush() const;
   void sync() const;
   void synchronize(int on) const;

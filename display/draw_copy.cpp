@@ -72,7 +72,7 @@ void copyThroughMask(const QelDisplay* display, const QelPalette* palette,
                      const QelPort* destination, const QelPort* source, Pixmap mask,
                      const Copy& c) {
   Display* x = display->getXDisplay();
-  GC gc = palette->getGC();
+  GC gc = display->drawingGC(palette);
   XGCValues saved;
   XGetGCValues(x, gc, GCClipXOrigin | GCClipYOrigin | GCGraphicsExposures, &saved);
   XGCValues values;
@@ -98,14 +98,7 @@ void copyThroughMask(const QelDisplay* display, const QelPalette* palette,
       copyPixels(x, source->getDrawable(), destination->getDrawable(), gc, plane, piece);
     }
   }
-  if (palette->getClipMask()) {
-    XSetClipMask(x, gc, palette->getClipMask());
-  } else if (palette->hasClip()) {
-    QelRegion clip(palette->getClip());
-    display->setClip(palette, &clip);
-  } else {
-    XSetClipMask(x, gc, None);
-  }
+  display->sendClip(palette);
   XChangeGC(x, gc, GCClipXOrigin | GCClipYOrigin | GCGraphicsExposures, &saved);
 }
 
@@ -162,7 +155,7 @@ void QelDisplay::copyArea(QelPort* destination, const QelPalette* palette, QelPo
       !cutCopy(destination, source, rect, to, c))
     return;
   QelDrawingScope scope(this, destination);
-  copyOpaque(_xDisplay, palette->getGC(), destination, source, c);
+  copyOpaque(_xDisplay, drawingGC(palette), destination, source, c);
 }
 
 void QelDisplay::copyTransparentArea(QelPort* destination, const QelPalette* palette,
@@ -180,7 +173,7 @@ void QelDisplay::copyTransparentArea(QelPort* destination, const QelPalette* pal
   if (Pixmap mask = transparencyMask(source))
     copyThroughMask(this, palette, destination, source, mask, c);
   else
-    copyOpaque(_xDisplay, palette->getGC(), destination, source, c);
+    copyOpaque(_xDisplay, drawingGC(palette), destination, source, c);
 }
 
 void QelDisplay::clearArea(QelPort* port, const QelRect& rect, int reDraw) const {
@@ -222,5 +215,5 @@ void QelDisplay::drawBitmap(QelPort* port, const QelPalette* palette, const QelB
   if (mask && mask->isValid())
     copyThroughMask(this, palette, port, bitmap, mask->getPixmap(), c);
   else
-    copyOpaque(_xDisplay, palette->getGC(), port, bitmap, c);
+    copyOpaque(_xDisplay, drawingGC(palette), port, bitmap, c);
 }

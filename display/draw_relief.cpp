@@ -84,7 +84,7 @@ bool QelDisplay::queueFilledDiamond(QelPort* port, const QelPalette* palette,
     XDestroyImage(image);
   }
   QelDrawingScope scope(this, port, true);
-  _queue.addRectangles(_xDisplay, port->getDrawable(), palette->getGC(), known->second, int(left),
+  _queue.addRectangles(_xDisplay, port->getDrawable(), drawingGC(palette), known->second, int(left),
                        int(top));
   return true;
 }

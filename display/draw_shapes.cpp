@@ -102,7 +102,7 @@ struct Pen {
       QelRequestQueue* queue = nullptr)
       : x(display->getXDisplay()),
         drawable(port->getDrawable()),
-        gc(palette->getGC()),
+        gc(display->drawingGC(palette)),
         thin(thinSolid(palette)),
         box(portBox(port, thin ? 1 : 8 * int64_t(palette->getLineWidth()) + 2)),
         queue(queue),
@@ -346,7 +346,7 @@ void QelDisplay::drawPoint(QelPort* port, const QelPalette* palette, const QelPo
   // Points outside the port are invisible, and might not fit in 16 bits.
   if (!portBox(port, 1).contains(p)) return;
   QelDrawingScope scope(this, port);
-  XDrawPoint(_xDisplay, port->getDrawable(), palette->getGC(), p.x, p.y);
+  XDrawPoint(_xDisplay, port->getDrawable(), drawingGC(palette), p.x, p.y);
 }
 
 void QelDisplay::drawPoints(QelPort* port, const QelPalette* palette, uint32_t count,
@@ -361,8 +361,8 @@ void QelDisplay::drawPoints(QelPort* port, const QelPalette* palette, uint32_t c
     if (box.contains(points[i])) visible.push(toX(points[i]));
   if (!visible.size()) return;
   QelDrawingScope scope(this, port);
-  XDrawPoints(_xDisplay, port->getDrawable(), palette->getGC(), visible.data(), int(visible.size()),
-              CoordModeOrigin);
+  XDrawPoints(_xDisplay, port->getDrawable(), drawingGC(palette), visible.data(),
+              int(visible.size()), CoordModeOrigin);
 }
 
 void QelDisplay::drawLine(QelPort* port, const QelPalette* palette, const QelPoint& from,
@@ -418,7 +418,7 @@ void QelDisplay::fillPolyLine(QelPort* port, const QelPalette* palette, uint32_t
   QelTraceDrawing("fillPolyLine", port, "%u %d %d", count, points[0].x, points[0].y);
   if (!QelCanDraw(this, port, palette)) return;
   QelDrawingScope scope(this, port);
-  fillPolygon(_xDisplay, port->getDrawable(), palette->getGC(), port, count, points,
+  fillPolygon(_xDisplay, port->getDrawable(), drawingGC(palette), port, count, points,
               fillShape(convex));
 }
 
@@ -472,7 +472,7 @@ void QelDisplay::fillRectangle(QelPort* port, const QelPalette* palette,
   QelTraceDrawing("fillRectangle", port, "%d %d %u %u", rect.x, rect.y, rect.w, rect.h);
   if (!QelCanDraw(this, port, palette) || rect.isEmpty()) return;
   QelDrawingScope scope(this, port);
-  fillBox(_xDisplay, port->getDrawable(), palette->getGC(), port, rect.x, rect.y, rect.right64(),
+  fillBox(_xDisplay, port->getDrawable(), drawingGC(palette), port, rect.x, rect.y, rect.right64(),
           rect.bottom64());
 }
 
@@ -518,7 +518,7 @@ void QelDisplay::fillRoundRectangle(QelPort* port, const QelPalette* palette, co
   if (portBox(port, 1).misses(x0, y0, x1, y1)) return;
   QelDrawingScope scope(this, port);
   Drawable drawable = port->getDrawable();
-  GC gc = palette->getGC();
+  GC gc = drawingGC(palette);
   // Disjoint pieces, so that xor and other modes see every pixel once; the corners are
   // quarter pies whatever the palette's arc mode.
   fillBox(_xDisplay, drawable, gc, port, x0 + r, y0, x1 - r, y1);
@@ -556,7 +556,7 @@ void QelDisplay::fillArc(QelPort* port, const QelPalette* palette, const QelRect
   if (!QelCanDraw(this, port, palette) || rect.w >= 65536 || rect.h >= 65536) return;
   // X fills exactly w by h: the size goes unchanged.
   QelDrawingScope scope(this, port);
-  fillArcX(_xDisplay, port->getDrawable(), palette->getGC(), port,
+  fillArcX(_xDisplay, port->getDrawable(), drawingGC(palette), port,
            palette->getArcMode() == QelArcPie, rect.x, rect.y, rect.w, rect.h, toX64(start),
            toX64(delta));
 }
@@ -594,7 +594,7 @@ void QelDisplay::fillBezier(QelPort* port, const QelPalette* palette, uint32_t c
   Buffer<QelPoint> curve;
   flattenBezier(count, points, curve);
   QelDrawingScope scope(this, port);
-  fillPolygon(_xDisplay, port->getDrawable(), palette->getGC(), port, uint32_t(curve.size()),
+  fillPolygon(_xDisplay, port->getDrawable(), drawingGC(palette), port, uint32_t(curve.size()),
               curve.data(), Complex);
 }
 
@@ -619,6 +619,6 @@ void QelDisplay::fillPaths(QelPort* port, const QelPalette* palette, uint32_t co
   QelDrawingScope scope(this, port);
   for (uint32_t i = 0; i < count; ++i)
     if (paths[i].getPoints())
-      fillPolygon(_xDisplay, port->getDrawable(), palette->getGC(), port, paths[i].getCount(),
+      fillPolygon(_xDisplay, port->getDrawable(), drawingGC(palette), port, paths[i].getCount(),
                   paths[i].getPoints(), Complex);
 }

@@ -139,7 +139,7 @@ void drawText(const QelDisplay* display, QelPort* port, const QelPalette* palett
   QelDrawingScope scope(display, port);
   Display* xd = display->getXDisplay();
   Drawable d = port->getDrawable();
-  GC gc = palette->getGC();
+  GC gc = display->drawingGC(palette);
   const char* s = text + span.first;
   if (font->isFontSet()) {
     if (image)
@@ -190,7 +190,7 @@ void drawText16(const QelDisplay* display, QelPort* port, const QelPalette* pale
   QelDrawingScope scope(display, port);
   Display* xd = display->getXDisplay();
   Drawable d = port->getDrawable();
-  GC gc = palette->getGC();
+  GC gc = display->drawingGC(palette);
   if (font->isFontSet()) {
     const wchar_t* s = wide.data() + span.first;
     if (image)

@@ -28,6 +28,13 @@ bool toXRectangle(const QelRect& r, XRectangle& out) {
   return true;
 }
 
+bool sameRectangles(const QelRegion& a, const QelRegion& b) {
+  if (a.getCount() != b.getCount()) return false;
+  for (uint16_t i = 0; i < a.getCount(); ++i)
+    if (!(a.getRect(i) == b.getRect(i))) return false;
+  return true;
+}
+
 }  // namespace
 
 // Each change first sends the figures queued with the context: they were drawn with its old
@@ -122,7 +129,6 @@ void QelDisplay::setPlaneMask(const QelPalette* palette, uint32_t mask) const {
 }
 
 void QelDisplay::setClip(const QelPalette* palette, const QelRect* rect) const {
-  if (palette) _queue.sendFor(palette->getGC());
   if (_dumpDevice) return _dumpDevice->setClip(palette, rect);
   if (!rect) {
     setClip(palette, static_cast<const QelRegion*>(nullptr));
@@ -132,8 +138,9 @@ void QelDisplay::setClip(const QelPalette* palette, const QelRect* rect) const {
   setClip(palette, &region);
 }
 
+// A region clip is only recorded: it reaches the context when the palette next draws, and not
+// at all when it is put back before that.
 void QelDisplay::setClip(const QelPalette* palette, const QelRegion* region) const {
-  if (palette) _queue.sendFor(palette->getGC());
   if (_dumpDevice) {
     _dumpDevice->setClip(palette, region);
     return;
@@ -141,41 +148,64 @@ void QelDisplay::setClip(const QelPalette* palette, const QelRegion* region) con
   if (!palette || !QelCanDraw(this, nullptr, palette)) return;
   palette->_clipMask = None;
   palette->_clipOrigin = QelPoint();
-  if (!region) {
-    palette->_hasClip = false;
+  palette->_hasClip = region != nullptr;
+  if (region)
+    palette->_clip = *region;
+  else
     palette->_clip.clear();
-    XSetClipMask(_xDisplay, palette->getGC(), None);
-    return;
-  }
-  palette->_hasClip = true;
-  palette->_clip = *region;
-  std::vector<XRectangle> rectangles;
-  rectangles.reserve(region->getCount());
-  for (uint16_t i = 0; i < region->getCount(); ++i) {
-    XRectangle r;
-    if (toXRectangle(region->getRect(i), r)) rectangles.push_back(r);
-  }
-  XSetClipRectangles(_xDisplay, palette->getGC(), 0, 0, rectangles.data(), int(rectangles.size()),
-                     Unsorted);
+  using Sent = QelPalette::SentClip;
+  palette->_clipPending =
+      region ? !(palette->_sentClip == Sent::Rectangles && palette->_sentOrigin == QelPoint() &&
+                 sameRectangles(palette->_sentRegion, *region))
+             : palette->_sentClip != Sent::Unclipped;
 }
 
 void QelDisplay::setClip(const QelPalette* palette, int32_t x, int32_t y,
                          const QelBitmap* mask) const {
-  if (palette) _queue.sendFor(palette->getGC());
   if (_dumpDevice) return _dumpDevice->setClip(palette, x, y, mask);
   if (!palette || !QelCanDraw(this, nullptr, palette)) return;
   palette->_hasClip = mask != nullptr;
   palette->_clip.clear();
   palette->_clipMask = mask && mask->isValid() ? mask->getPixmap() : None;
   palette->_clipOrigin = QelPoint(x, y);
-  XSetClipOrigin(_xDisplay, palette->getGC(), x, y);
-  XSetClipMask(_xDisplay, palette->getGC(), mask && mask->isValid() ? mask->getPixmap() : None);
+  // A mask goes at once: its bitmap may be gone by the time the palette next draws.
+  sendClip(palette);
 }
 
 void QelDisplay::setClipOrigin(const QelPalette* palette, int32_t x, int32_t y) const {
-  if (palette) _queue.sendFor(palette->getGC());
   if (_dumpDevice) return _dumpDevice->setClipOrigin(palette, x, y);
   if (!palette || !QelCanDraw(this, nullptr, palette)) return;
   palette->_clipOrigin = QelPoint(x, y);
-  XSetClipOrigin(_xDisplay, palette->getGC(), x, y);
+  sendClip(palette);
+}
+
+GC QelDisplay::drawingGC(const QelPalette* palette) const {
+  if (palette->_clipPending) sendClip(palette);
+  return palette->getGC();
+}
+
+void QelDisplay::sendClip(const QelPalette* palette) const {
+  using Sent = QelPalette::SentClip;
+  GC gc = palette->getGC();
+  _queue.sendFor(gc);
+  palette->_clipPending = false;
+  const QelPoint& origin = palette->_clipOrigin;
+  if (!palette->_hasClip || palette->_clipMask != None) {
+    if (palette->_hasClip) XSetClipOrigin(_xDisplay, gc, origin.x, origin.y);
+    XSetClipMask(_xDisplay, gc, palette->_clipMask);
+    palette->_sentClip = palette->_hasClip ? Sent::Other : Sent::Unclipped;
+    return;
+  }
+  const QelRegion& region = palette->_clip;
+  std::vector<XRectangle> rectangles;
+  rectangles.reserve(region.getCount());
+  for (uint16_t i = 0; i < region.getCount(); ++i) {
+    XRectangle r;
+    if (toXRectangle(region.getRect(i), r)) rectangles.push_back(r);
+  }
+  XSetClipRectangles(_xDisplay, gc, origin.x, origin.y, rectangles.data(), int(rectangles.size()),
+                     Unsorted);
+  palette->_sentClip = Sent::Rectangles;
+  palette->_sentRegion = region;
+  palette->_sentOrigin = origin;
 }

@@ -293,12 +293,10 @@ QelPaletteClip::~QelPaletteClip() {
       display->setClipOrigin(_palette, _previousOrigin.x, _previousOrigin.y);
   } else if (display->getXDisplay() && _palette->getGC() && !display->getDumpDevice()) {
     // A mask clip: the mask bitmap is its owner's, and still there while the palette uses it.
-    display->sendQueuedFigures();
-    XSetClipOrigin(display->getXDisplay(), _palette->getGC(), _previousOrigin.x, _previousOrigin.y);
-    XSetClipMask(display->getXDisplay(), _palette->getGC(), _previousMask);
     _palette->_hasClip = true;
     _palette->_clip.clear();
     _palette->_clipMask = _previousMask;
     _palette->_clipOrigin = _previousOrigin;
+    display->sendClip(_palette);
   }
 }

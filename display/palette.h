@@ -136,6 +136,14 @@ class QelPalette : public QelResource {
   mutable bool _hasClip = false;
   mutable Pixmap _clipMask = None;
   mutable QelPoint _clipOrigin;
+  // What the graphics context holds of the clip. A clip set is sent only when something is
+  // drawn with the palette (QelDisplay::drawingGC): a clip set around every figure and put
+  // back after then costs requests only when it really changes between two figures.
+  enum class SentClip : uint8_t { Unclipped, Rectangles, Other };
+  mutable SentClip _sentClip = SentClip::Unclipped;
+  mutable QelRegion _sentRegion{1};
+  mutable QelPoint _sentOrigin;
+  mutable bool _clipPending = false;
   GC _gc = nullptr;
 };
 

@@ -285,7 +285,8 @@ void Ko_chart::setElapsedTime(float time) {
   roundMinMax(xMin, xMax);
   zoomCharts(kBothDirections, xMin, xMax, 0, float(numTimeLines + 1), 0);
   setScrollBar(end);
-  if (scrollBar) reDrawObj(scrollBar);
+  // The bar is painted with the rest when the window moved, on its own when it did not.
+  if (scrollBar) damage(objectBox(scrollBar));
   reDraw();
 }
 
@@ -372,12 +373,16 @@ void Ko_chart::updateActiveJobs(float now) {
                                      std::min(before.y, after.y) - kLineReach,
                                      std::max(before.right64(), after.right64()) + kLineReach,
                                      std::max(before.bottom64(), after.bottom64()) + kLineReach);
-    if (grown)
-      growth.add(changed);
-    else
-      growth = changed, grown = true;
+    damage(changed);
   }
   reDraw();
+}
+
+void Ko_chart::damage(const QelRect& area) {
+  if (grown)
+    growth.add(area);
+  else
+    growth = area, grown = true;
 }
 
 Ko_chart::SceneKey Ko_chart::sceneKey() const {

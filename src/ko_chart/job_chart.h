@@ -135,7 +135,8 @@ class Ko_chart : public QelChartContainer {
   float xScaleFactor = 1.0f;
   Widget host = nullptr;
   // The scene as last painted whole, and what has changed in it since: the area the running
-  // jobs grew over.
+  // jobs grew over, the scroll bar.
+  void damage(const QelRect& area);
   bool painted = false;
   SceneKey paintedKey{};
   QelRect growth;
