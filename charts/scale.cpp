@@ -72,30 +72,6 @@ bool isDoubleFormat(const char* format) {
   return true;
 }
 
-// Width (the advance), ascent and descent of the ink of `text` in `font`; zeros without a usable
-// font. Fonts only know their overall metrics, and labels are placed by their own ink.
-void measureText(const QelFont* font, const char* text, uint32_t& width, uint32_t& ascent,
-                 uint32_t& descent) {
-  width = ascent = descent = 0;
-  if (!font || !font->isValid() || !text) return;
-  int length = int(std::min<size_t>(std::strlen(text), INT_MAX));
-  if (!length) return;
-  if (font->getFontSet()) {
-    XRectangle ink, logical;
-    XmbTextExtents(font->getFontSet(), text, length, &ink, &logical);
-    width = uint32_t(std::max(0, XmbTextEscapement(font->getFontSet(), text, length)));
-    ascent = uint32_t(std::max(0, -int(ink.y)));
-    descent = uint32_t(std::max(0, int(ink.y) + int(ink.height)));
-  } else if (XFontStruct* fs = font->getXFontStruct()) {
-    int direction, fontAscent, fontDescent;
-    XCharStruct overall{};
-    XTextExtents(fs, text, length, &direction, &fontAscent, &fontDescent, &overall);
-    width = uint32_t(std::max(0, int(overall.width)));
-    ascent = uint32_t(std::max(0, int(overall.ascent)));
-    descent = uint32_t(std::max(0, int(overall.descent)));
-  }
-}
-
 // Reads one integer of [min, max] through 64 bits; anything else fails the stream.
 bool readField(std::istream& in, int64_t min, int64_t max, int64_t& value) {
   if (!(in >> value)) return false;
@@ -239,8 +215,11 @@ void QelScale::measure(uint16_t index) {
   _largestLabel = -1;
   const QelPalette* palette = getPalette();
   const std::optional<std::string>& label = _labels[index];
-  measureText(palette ? palette->getFont() : nullptr, label ? label->c_str() : nullptr,
-              _widths[index], _ascents[index], _descents[index]);
+  // Labels are placed by their own ink, not by the font's overall metrics.
+  const QelFont* font = palette ? palette->getFont() : nullptr;
+  const QelFont::InkExtents e =
+      font && label ? font->inkExtents(label->c_str()) : QelFont::InkExtents{};
+  _widths[index] = e.width, _ascents[index] = e.ascent, _descents[index] = e.descent;
 }
 
 void QelScale::computeLabelSizes() {

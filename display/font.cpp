@@ -1,5 +1,7 @@
 #include "display/font.h"
 
+#include <algorithm>
+#include <climits>
 #include <cstring>
 
 #include "display/display.h"
@@ -27,6 +29,7 @@ void QelFont::release() {
   if (x && _fontStruct) XFreeFont(x, _fontStruct);
   _fontSet = nullptr;
   _fontStruct = nullptr;
+  _measured.clear();
 }
 
 int32_t QelFont::textWidth(const char* text, int length) const {
@@ -36,6 +39,32 @@ int32_t QelFont::textWidth(const char* text, int length) const {
   if (_fontSet) return XmbTextEscapement(_fontSet, text, length);
   if (_fontStruct) return XTextWidth(_fontStruct, text, length);
   return 0;
+}
+
+QelFont::InkExtents QelFont::inkExtents(const char* text) const {
+  if (!isValid() || !text || !*text) return {};
+  // A bound on what is kept: clocks never stop producing new texts.
+  constexpr size_t kMostMeasured = 4096;
+  auto known = _measured.find(text);
+  if (known != _measured.end()) return known->second;
+  if (_measured.size() >= kMostMeasured) _measured.clear();
+  const int length = int(std::min<size_t>(std::strlen(text), INT_MAX));
+  InkExtents e;
+  if (_fontSet) {
+    XRectangle ink, logical;
+    XmbTextExtents(_fontSet, text, length, &ink, &logical);
+    e.width = uint32_t(std::max(0, XmbTextEscapement(_fontSet, text, length)));
+    e.ascent = uint32_t(std::max(0, -int(ink.y)));
+    e.descent = uint32_t(std::max(0, int(ink.y) + int(ink.height)));
+  } else {
+    int direction, fontAscent, fontDescent;
+    XCharStruct overall{};
+    XTextExtents(_fontStruct, text, length, &direction, &fontAscent, &fontDescent, &overall);
+    e.width = uint32_t(std::max(0, int(overall.width)));
+    e.ascent = uint32_t(std::max(0, int(overall.ascent)));
+    e.descent = uint32_t(std::max(0, int(overall.descent)));
+  }
+  return _measured.emplace(text, e).first->second;
 }
 
 // --- Toolkit font names -------------------------------------------------------------------------

@@ -6,6 +6,7 @@
 
 #include <cstdint>
 #include <string>
+#include <unordered_map>
 
 #include "display/resource.h"
 
@@ -68,6 +69,13 @@ class QelFont : public QelResource {
 
   // Pixel width of `length` bytes of `text` (a negative length measures up to the NUL).
   int32_t textWidth(const char* text, int length) const;
+  // The advance width of `text` (up to its NUL) and the ascent and descent of its ink; zeros
+  // for an empty text or a font that did not load. Each text is measured once: an axis
+  // relabelled at every tick of a clock shows the same texts again and again.
+  struct InkExtents {
+    uint32_t width = 0, ascent = 0, descent = 0;
+  };
+  InkExtents inkExtents(const char* text) const;
 
  private:
   friend class QelDisplay;  // makeFont fills in the X side, dupFont marks aliases
@@ -82,4 +90,5 @@ class QelFont : public QelResource {
   XFontSet _fontSet = nullptr;
   QelFontDescription _description;
   std::string _xName;
+  mutable std::unordered_map<std::string, InkExtents> _measured;
 };
