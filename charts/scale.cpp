@@ -242,17 +242,50 @@ void QelScale::setLabels(uint16_t count, float min, float max, const char* forma
   // Accumulated in single precision on purpose: each value is the previous one plus the step,
   // rounded to float, which is what the labels have always shown.
   const float delta = (max - min) / float(count - 1);
-  float value = min;
+  std::vector<float> values(count);
+  values[0] = min;
+  for (uint16_t i = 1; i < count; ++i) values[i] = values[i - 1] + delta;
   char buffer[kLabelBuffer];
-  for (uint16_t i = 0; i < count; ++i, value = value + delta) {
-    formatLabel(buffer, sizeof buffer, format, double(value));
-    // A relabelled axis mostly repeats its texts: those keep their measured sizes.
-    std::optional<std::string>& label = _labels[i];
-    if (label && *label == buffer) continue;
-    label = buffer;
+  auto text = [&](uint16_t i) {
+    formatLabel(buffer, sizeof buffer, format, double(values[i]));
+    return buffer;
+  };
+  // An axis that scrolled shows the texts it showed, some steps further along: each text found
+  // there keeps the size measured before. The shift is where the first (or the last) text was.
+  int shift = 0;
+  if (keep && !sameLabel(0, text(0))) {
+    auto at = [&](const char* t) {
+      for (uint16_t j = 0; j < count; ++j)
+        if (sameLabel(j, t)) return int(j);
+      return -1;
+    };
+    if (int j = at(buffer); j >= 0)
+      shift = j;
+    else if (int k = at(text(uint16_t(count - 1))); k >= 0)
+      shift = k - (count - 1);
+  }
+  // Read ahead of what is written: upwards for a shift forward, downwards for one back.
+  for (int n = 0; n < count; ++n) {
+    const uint16_t i = uint16_t(shift >= 0 ? n : count - 1 - n);
+    if (sameLabel(i, text(i))) continue;
+    const int from = i + shift;
+    if (shift != 0 && from >= 0 && from < count && sameLabel(uint16_t(from), buffer)) {
+      _labels[i] = std::move(_labels[size_t(from)]);
+      _widths[i] = _widths[size_t(from)];
+      _ascents[i] = _ascents[size_t(from)];
+      _descents[i] = _descents[size_t(from)];
+      _labels[size_t(from)].reset();  // no longer the text its sizes were measured for
+      continue;
+    }
+    _labels[i] = buffer;
     measure(i);
   }
   markModified();
+}
+
+bool QelScale::sameLabel(uint16_t index, const char* text) const {
+  const std::optional<std::string>& label = _labels[index];
+  return label && *label == text;
 }
 
 void QelScale::setLabels(uint16_t count, const char* const* labels) {

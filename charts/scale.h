@@ -92,6 +92,7 @@ class QelScale : public QelSimpleGraphic {
   // Frees the labels and makes room for `count` of them (none for count 0).
   void resetLabels(uint16_t count);
   void measure(uint16_t index);
+  bool sameLabel(uint16_t index, const char* text) const;
 
   QelRect _rect;
   uint16_t _steps = 0;

@@ -515,6 +515,8 @@ void QelContainer::eraseRegion(const QelRegion& region) {
   if (_doubleBuffer && _erasePalette) {
     for (uint16_t i = 0; i < region.getCount(); ++i)
       display->fillRectangle(_doubleBuffer, _erasePalette, region.getRect(i));
+    // The server clears the buffer while the objects are worked out.
+    display->flush();
   } else if (getDrawable()) {
     display->clearArea(this, region, 0);
   }

@@ -29,7 +29,6 @@ void QelFont::release() {
   if (x && _fontStruct) XFreeFont(x, _fontStruct);
   _fontSet = nullptr;
   _fontStruct = nullptr;
-  _measured.clear();
 }
 
 int32_t QelFont::textWidth(const char* text, int length) const {
@@ -43,11 +42,6 @@ int32_t QelFont::textWidth(const char* text, int length) const {
 
 QelFont::InkExtents QelFont::inkExtents(const char* text) const {
   if (!isValid() || !text || !*text) return {};
-  // A bound on what is kept: clocks never stop producing new texts.
-  constexpr size_t kMostMeasured = 4096;
-  auto known = _measured.find(text);
-  if (known != _measured.end()) return known->second;
-  if (_measured.size() >= kMostMeasured) _measured.clear();
   const int length = int(std::min<size_t>(std::strlen(text), INT_MAX));
   InkExtents e;
   if (_fontSet) {
@@ -64,7 +58,7 @@ QelFont::InkExtents QelFont::inkExtents(const char* text) const {
     e.ascent = uint32_t(std::max(0, int(overall.ascent)));
     e.descent = uint32_t(std::max(0, int(overall.descent)));
   }
-  return _measured.emplace(text, e).first->second;
+  return e;
 }
 
 // --- Toolkit font names -------------------------------------------------------------------------

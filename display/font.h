@@ -6,7 +6,6 @@
 
 #include <cstdint>
 #include <string>
-#include <unordered_map>
 
 #include "display/resource.h"
 
@@ -70,8 +69,7 @@ class QelFont : public QelResource {
   // Pixel width of `length` bytes of `text` (a negative length measures up to the NUL).
   int32_t textWidth(const char* text, int length) const;
   // The advance width of `text` (up to its NUL) and the ascent and descent of its ink; zeros
-  // for an empty text or a font that did not load. Each text is measured once: an axis
-  // relabelled at every tick of a clock shows the same texts again and again.
+  // for an empty text or a font that did not load.
   struct InkExtents {
     uint32_t width = 0, ascent = 0, descent = 0;
   };
@@ -90,5 +88,4 @@ class QelFont : public QelResource {
   XFontSet _fontSet = nullptr;
   QelFontDescription _description;
   std::string _xName;
-  mutable std::unordered_map<std::string, InkExtents> _measured;
 };
