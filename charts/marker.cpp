@@ -78,6 +78,10 @@ void QelMarker::applyTransform(const QelTransformer* t) {
   if (t) t->apply(_point);
 }
 
+void QelMarker::move(int32_t x, int32_t y) {
+  _point = QelPoint(QelClampToInt32(int64_t(x) + _size), QelClampToInt32(int64_t(y) + _size));
+}
+
 void QelMarker::write(QelOutputFile& file) const {
   file.getStream() << _point.x << ' ' << _point.y << ' ' << _type << ' ' << _size;
 }

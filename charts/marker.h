@@ -25,6 +25,8 @@ class QelMarker : public QelSimpleGraphic {
   void boundingBox(QelRect& rect, const QelTransformer* t = nullptr) const override;
   // Moves the point; the size stays in pixels.
   void applyTransform(const QelTransformer* t) override;
+  // Puts the box's corner at (x, y): the point lies `size` pixels in from it on both axes.
+  void move(int32_t x, int32_t y) override;
   QelGraphic* copy() const override { return new QelMarker(*this); }
   void write(QelOutputFile& file) const override;
   QelClassInfo* getClassInfo() const override;

@@ -28,13 +28,6 @@ bool toXRectangle(const QelRect& r, XRectangle& out) {
   return true;
 }
 
-bool sameRectangles(const QelRegion& a, const QelRegion& b) {
-  if (a.getCount() != b.getCount()) return false;
-  for (uint16_t i = 0; i < a.getCount(); ++i)
-    if (!(a.getRect(i) == b.getRect(i))) return false;
-  return true;
-}
-
 }  // namespace
 
 // Each change first sends the figures queued with the context: they were drawn with its old
@@ -156,7 +149,7 @@ void QelDisplay::setClip(const QelPalette* palette, const QelRegion* region) con
   using Sent = QelPalette::SentClip;
   palette->_clipPending =
       region ? !(palette->_sentClip == Sent::Rectangles && palette->_sentOrigin == QelPoint() &&
-                 sameRectangles(palette->_sentRegion, *region))
+                 palette->_sentRegion.sameRectangles(*region))
              : palette->_sentClip != Sent::Unclipped;
 }
 

@@ -271,6 +271,12 @@ void QelPalette::setClip(const QelRegion* region) {
 QelPaletteClip::QelPaletteClip(const QelPalette* palette, const QelRegion* clip)
     : _palette(palette), _clip(palette && palette->getDisplay() ? clip : nullptr) {
   if (!_clip) return;
+  // Already clipped so (a chart's scope, then its marker's): nothing to set or put back.
+  if (_palette->_hasClip && _palette->_clipMask == None && _palette->_clipOrigin == QelPoint() &&
+      _palette->_clip.sameRectangles(*_clip)) {
+    _clip = nullptr;
+    return;
+  }
   _hadClip = _palette->hasClip();
   if (_hadClip) {
     _previous = _palette->getClip();

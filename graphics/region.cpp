@@ -171,3 +171,10 @@ void QelRegion::inverse(const QelTransformer* t) {
   for (uint16_t i = 0; i < _count; ++i) t->inverse(slots()[i]);
   t->inverse(_bbox);
 }
+
+bool QelRegion::sameRectangles(const QelRegion& other) const {
+  if (_count != other._count) return false;
+  for (uint16_t i = 0; i < _count; ++i)
+    if (!(getRect(i) == other.getRect(i))) return false;
+  return true;
+}

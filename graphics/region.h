@@ -26,6 +26,8 @@ class QelRegion {
   bool isEmpty() const { return _count == 0; }
   const QelRect& getRect(uint16_t index) const { return slots()[index]; }
   void clear();
+  // The same rectangles in the same order.
+  bool sameRectangles(const QelRegion& other) const;
 
   // Closed test: a point on the right or bottom edge of a member is inside.
   bool contains(const QelPoint& p) const;
