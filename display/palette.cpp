@@ -271,9 +271,10 @@ void QelPalette::setClip(const QelRegion* region) {
 QelPaletteClip::QelPaletteClip(const QelPalette* palette, const QelRegion* clip)
     : _palette(palette), _clip(palette && palette->getDisplay() ? clip : nullptr) {
   if (!_clip) return;
-  // Already clipped so (a chart's scope, then its marker's): nothing to set or put back.
+  // Already clipped so (a chart's scope, then its marker's): nothing to set or put back. A dump
+  // device records every clip it is given, so it still gets this one.
   if (_palette->_hasClip && _palette->_clipMask == None && _palette->_clipOrigin == QelPoint() &&
-      _palette->_clip.sameRectangles(*_clip)) {
+      _palette->_clip.sameRectangles(*_clip) && !_palette->getDisplay()->getDumpDevice()) {
     _clip = nullptr;
     return;
   }
