@@ -4,6 +4,7 @@
 #include <memory>
 #include <sstream>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "base/symbol.h"
@@ -123,19 +124,19 @@ TEST_F(DataFileTest, FormatIsHeaderClassesPalettesThenObjectBlocks) {
   list[1]->setNamedProperty(new NoteProperty("n", 0.5f, "t"));
   std::ostringstream palette;
   QelWritePalette(palette, *display->defaultPalette());
-
-  const std::string palettes = "Palettes 1\n\"default\" 0 " + palette.str();
-  for (auto [indexing, blocks] :
-       {std::pair<bool, std::string>{false, palettes +
-                                                "GraphicObjects 2\n{ 0 0 QelRectangle 1 2 3 4 }\n"
-                                                "{ 1 P1\nTestNoteProperty n 0.5 \"t\"\n"
-                                                "0 QelDrawSelection 2 0 }\n"},
-        {true, "GraphicClasses 2\nQelRectangle\nQelDrawSelection\n" + palettes +
-                   "GraphicObjects 2\n{ 0 0 0 1 2 3 4 }\n{ 1 P1\nTestNoteProperty n 0.5 \"t\"\n"
-                   "0 1 2 0 }\n"}}) {
+  // With class indexing the classes come first and objects name them by their place there.
+  using Row = std::tuple<bool, std::string, std::string, std::string>;
+  for (auto [indexing, classes, rectangle, selection] :
+       {Row{false, "", "QelRectangle", "QelDrawSelection"},
+        Row{true, "GraphicClasses 2\nQelRectangle\nQelDrawSelection\n", "0", "1"}}) {
     const std::string text = save(list, indexing);
     EXPECT_EQ(text.rfind("// Qel Version: 2.3\n// File generated: ", 0), 0u) << text;
-    EXPECT_EQ(body(text), "\n// Creator class: QelOutputFile\n" + blocks);
+    EXPECT_EQ(body(text), "\n// Creator class: QelOutputFile\n" + classes +
+                              "Palettes 1\n\"default\" 0 " + palette.str() +
+                              "GraphicObjects 2\n{ 0 0 " + rectangle +
+                              " 1 2 3 4 }\n"
+                              "{ 1 P1\nTestNoteProperty n 0.5 \"t\"\n0 " +
+                              selection + " 2 0 }\n");
   }
 }
 
@@ -204,6 +205,8 @@ TEST_F(DataFileTest, EachFailureStopsReadingWithItsMessageAndKeepsNothing) {
       {"GraphicObjects 1\n{ 0 -1 QelRectangle 1 2 -3 4 }\n", "readObjectBlock: No Object."},
       {"GraphicObjects 1\n{ 0 -1 QelRectangle 2147483648 2 3 4 }\n", "readObjectBlock: No Object."},
       {"GraphicObjects 1\n{ 0 -1 QelRectangle 1 2 x 4 }\n", "readObjectBlock: No Object."},
+      {"GraphicObjects 1\n{ 0 -1 QelDrawSelection -2 0 }\n", "readObjectBlock: No Object."},
+      {"GraphicObjects 1\n{ 0 -1 QelDrawSelection 4294967296 0 }\n", "readObjectBlock: No Object."},
       {"GraphicObjects 1\n{ 0 -1 QelRectangle 1 2 3 4\n", "readObjectBlock: unexpected EOF"},
       {"GraphicObjects 2\n{ 0 P1\nTestNoteProperty n 1 \"\"\n-1 QelRectangle 1 2 3 4 }\n",
        "readObjectBlock: EOF unexpected"},
@@ -240,6 +243,10 @@ TEST_F(DataFileTest, UnknownBlocksOnlyWarnAndMissingReferencesAreNull) {
   for (int i : {1, 2, 3})
     objects.push_back(static_cast<QelDrawSelection*>(loaded[i].get())->getObject());
   EXPECT_EQ(objects, (std::vector<QelGraphic*>{nullptr, nullptr, loaded[1].get()}));
+  // A selection of nothing draws nothing.
+  QelPort* port = windowPort(20, 20);
+  loaded[1]->draw(port, nullptr, nullptr);
+  EXPECT_EQ(read(port).count(0xffffff), 400u);
 }
 
 }  // namespace
