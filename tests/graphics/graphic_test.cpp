@@ -69,23 +69,11 @@ TEST_F(GraphicTest, CallbacksAreKeptOncePerFunctionAndSurviveEditsDuringTheWalk)
   g.addCallback(activate(), selfRemoving);
   g.addCallback(activate(), removeLast);
   g.addCallback(activate(), last);
-  calls.clear();
   g.callCallbacks(activate());
   g.callCallbacks(activate());
   EXPECT_EQ(calls, (std::vector<int>{1, 10, 20, 1, 20}));
   g.setCallback(activate(), static_cast<QelGraphicCallback>(nullptr));
   EXPECT_FALSE(g.hasCallback(activate()));
-}
-
-TEST_F(GraphicTest, OnlyOneNamedPropertyAttachesAndItsReplacementHandsTheOldOneBack) {
-  BoxGraphic g(display);
-  QelNamedProperty *first = new QelNamedProperty(QelSymbol::Get("a")), other(QelSymbol::Get("b"));
-  auto* replacement = new QelNamedProperty(QelSymbol::Get("a"));  // the graphic deletes it
-  EXPECT_EQ(g.setNamedProperty(first), nullptr);
-  EXPECT_EQ(g.setNamedProperty(&other), nullptr);  // a second name does not attach
-  EXPECT_EQ(g.setNamedProperty(replacement), first);
-  delete first;
-  EXPECT_EQ(g.getNamedProperties(), std::vector<QelNamedProperty*>{replacement});
 }
 
 TEST_F(GraphicTest, BaseGeometryFollowsTheBoundingBox) {
