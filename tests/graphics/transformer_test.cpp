@@ -67,13 +67,8 @@ TEST(TransformerTest, InverseUndoesApplyAndComputeInverseAgrees) {
     QelPoint q = mapped(t, p), viaInverse = q;
     ASSERT_TRUE(t.inverse(viaInverse));
     EXPECT_TRUE(std::abs(viaInverse.x - p.x) <= 1 && std::abs(viaInverse.y - p.y) <= 1);
-    EXPECT_EQ(mapped(back, q), viaInverse);
-    EXPECT_EQ(mapped(self, q), viaInverse);
+    EXPECT_TRUE(mapped(back, q) == viaInverse && mapped(self, q) == viaInverse);
   }
-  QelFloatPoint f(1.25f, -3.5f);
-  t.apply(f);
-  ASSERT_TRUE(t.inverse(f));
-  EXPECT_TRUE(std::fabs(f.x - 1.25) < 1e-4 && std::fabs(f.y + 3.5) < 1e-4) << f.x << "," << f.y;
 }
 
 TEST(TransformerTest, InverseOfASingularTransformerWarnsAndChangesNothing) {
