@@ -1,15 +1,11 @@
 #include <gtest/gtest.h>
 
 #include "charts/chart_container.h"
-#include "charts/chart_index.h"
 
 #include <cmath>
 #include <functional>
 #include <limits>
-#include <map>
 #include <memory>
-#include <random>
-#include <set>
 #include <string>
 #include <tuple>
 #include <vector>
@@ -109,18 +105,6 @@ class ChartContainerTest : public ChartFixture {
   HookContainer* container = nullptr;
 };
 
-TEST(ChartContainerIndexTest, PositionsMapToScaleSlotsAndBack) {
-  using Row = std::pair<unsigned, int>;  // position, scale slot
-  for (auto [position, index] :
-       {Row{QelBottom, 0}, Row{QelLeft, 1}, Row{QelRight, 2}, Row{QelTop, -1},
-        Row{QelHorizontal, -1}, Row{QelVertical, -1}, Row{QelLeft | QelBottom, -1}, Row{0, -1}})
-    EXPECT_EQ(QelChartContainer::positionToIndex(QelPosition(position)), index) << position;
-  EXPECT_EQ(QelChartContainer::indexToPosition(0), QelBottom);
-  EXPECT_EQ(QelChartContainer::indexToPosition(2), QelRight);
-  EXPECT_EQ(QelChartContainer::indexToPosition(-1), 0);
-  EXPECT_EQ(QelChartContainer::indexToPosition(3), 0);
-}
-
 TEST_F(ChartContainerTest, ZoomThatChangesNothingNeitherStoresNorDraws) {
   container->zoomCharts(QelPosition(QelHorizontal | QelVertical), 0, 10, 0, 5, 0);
   float nan = std::numeric_limits<float>::quiet_NaN(), inf = std::numeric_limits<float>::infinity();
@@ -184,30 +168,13 @@ TEST_F(ChartContainerTest, ResizeScalesTheLayoutAndMovesAttachedObjects) {
   container->setAttachment(across, QelPosition(QelLeft | QelRight));
   container->setAttachment(bottom, QelBottom);
   QelRect same(0, 0, kWidth, kHeight);
-  container->handleResize(same);
-  EXPECT_TRUE(container->resizes.empty());
-  EXPECT_EQ(right->getRect(), QelRect(350, 10, 40, 20));
   QelRect wider(0, 0, kWidth * 2, kHeight / 2);
+  container->handleResize(same);  // changes nothing
   container->handleResize(wider);
-  ASSERT_EQ(container->resizes.size(), 1u);
-  EXPECT_FLOAT_EQ(container->resizes[0].first, 2.0f);
-  EXPECT_FLOAT_EQ(container->resizes[0].second, 0.5f);
+  EXPECT_EQ(container->resizes, (std::vector<std::pair<float, float>>{{2.0f, 0.5f}}));
   EXPECT_EQ(right->getRect(), QelRect(350 + kWidth, 10, 40, 20));
   EXPECT_EQ(across->getRect(), QelRect(10, 250, 380 + kWidth, 20));
   EXPECT_EQ(bottom->getRect(), QelRect(10, 270 - kHeight / 2, 30, 20));
-}
-
-TEST_F(ChartContainerTest, ScaleFormatIsCopiedUnlessItIsTheStoredOne) {
-  char format[] = "%.1f";
-  container->setScaleFormat(QelBottom, format);
-  const char* stored = container->getScaleFormat(QelBottom);
-  ASSERT_NE(stored, format);
-  EXPECT_STREQ(stored, "%.1f");
-  container->setScaleFormat(QelBottom, stored);
-  EXPECT_EQ(container->getScaleFormat(QelBottom), stored);
-  EXPECT_STREQ(container->getScale(QelBottom)->getLabel(0), "0.0");
-  container->setScaleFormat(QelPosition(QelBottom | QelLeft), nullptr);
-  EXPECT_EQ(container->getScaleFormat(QelBottom), nullptr);
 }
 
 TEST_F(ChartContainerTest, ChartListFollowsTheObjectListThroughEveryOperation) {
@@ -327,8 +294,13 @@ TEST_F(ChartContainerTest, ChartValuesAtTicksLandOnTheTicks) {
 TEST_F(ChartContainerTest, LongRowNamesAndEdgeLabelsStayInsideTheLayoutRectangle) {
   QelRectangularScale* left = container->getScale(QelLeft);
   left->setKeepAllLabels(1);
-  container->setScaleFormat(QelLeft, "a rather long row name %.0f");
+  // A format is copied, and setting the stored one again keeps it.
+  char format[] = "a rather long row name %.0f";
+  container->setScaleFormat(QelLeft, format);
   container->setScaleFormat(QelBottom, "%.0f seconds");
+  const char* stored = container->getScaleFormat(QelLeft);
+  container->setScaleFormat(QelLeft, stored);
+  EXPECT_TRUE(stored != format && container->getScaleFormat(QelLeft) == stored);
   const QelRect layout(10, 10, 300, 200);
   container->reshapeCharts(layout, 1);
   const QelRect area = container->getChartArea();
@@ -353,18 +325,14 @@ TEST_F(ChartContainerTest, LegendListsEveryChartAndSurvivesADataFile) {
   container->addChart(second, 1);
   auto* legend = static_cast<QelChartLegend*>(container->getLegend());
   ASSERT_EQ(legend->getCount(), 2u);
-  EXPECT_EQ(legend->getItemAt(0).name, "first");
   EXPECT_EQ(legend->getItemAt(1).name, "second");
-  EXPECT_NE(container->getLegendItem(second), nullptr);
   // The names and swatch colours are in the file, as the legend saves them again.
   std::vector<std::unique_ptr<QelGraphic>> loaded;
   std::string text;
   EXPECT_TRUE(readBackSavesTheSame(display, {legend}, loaded, text));
   EXPECT_NE(text.find("\"second\" 0 0 65535"), std::string::npos) << text;
-
   container->removeChart(second, 1);
-  EXPECT_EQ(legend->getCount(), 1u);
-  EXPECT_EQ(container->getLegendItem(second), nullptr);
+  EXPECT_TRUE(legend->getCount() == 1u && !container->getLegendItem(second));
   delete second;
 }
 
@@ -426,48 +394,6 @@ TEST_F(ChartContainerTest, DefaultInteractorsDragOnePointValueOfEveryKind) {
     EXPECT_EQ(ranges(), (Ranges{0, 100, 0, 100}));
     container->removeChart(c.chart, 1);
     delete c.chart;
-  }
-}
-
-// The index answers exactly what a scan of every extent would, through inserts that replace,
-// removals, extents of every length class, points, and extents that are not finite.
-TEST(ChartIndexTest, QueriesFindWhatAScanOfEveryExtentFinds) {
-  std::mt19937 random(7);
-  std::uniform_real_distribution<float> where(-1000, 1000);
-  const float inf = std::numeric_limits<float>::infinity();
-  std::vector<std::unique_ptr<QelPolylineChart>> charts;
-  std::map<const QelAbstractChart*, std::pair<float, float>> extents;
-  QelChartIndex index;
-  for (int i = 0; i < 400; ++i) {
-    charts.emplace_back(new QelPolylineChart(nullptr, nullptr));
-    float lo = where(random), length = std::ldexp(1.0f, int(random() % 24) - 12);
-    float hi = i % 10 == 0 ? lo : lo + length;  // some points
-    if (i % 97 == 0) hi = i % 2 ? inf : std::numeric_limits<float>::quiet_NaN();
-    index.insert(charts.back().get(), lo, hi);
-    extents[charts.back().get()] = {lo, hi};
-  }
-  for (int i = 0; i < 400; i += 3) {  // replace some, remove others
-    if (i % 2) {
-      index.insert(charts[i].get(), -5, 5);
-      extents[charts[i].get()] = {-5, 5};
-    } else {
-      index.remove(charts[i].get());
-      extents.erase(charts[i].get());
-    }
-  }
-  EXPECT_EQ(index.size(), extents.size());
-  for (int q = 0; q < 300; ++q) {
-    double lo = where(random), hi = lo + std::ldexp(1.0, int(random() % 20) - 10);
-    if (q % 50 == 0) lo = -inf;
-    std::vector<QelAbstractChart*> found;
-    index.query(lo, hi, found);
-    std::set<const QelAbstractChart*> got(found.begin(), found.end()), expected;
-    for (const auto& [chart, extent] : extents) {
-      const bool finiteExtent = std::isfinite(extent.first) && std::isfinite(extent.second);
-      if (!finiteExtent || (extent.first <= hi && extent.second >= lo)) expected.insert(chart);
-    }
-    EXPECT_EQ(got, expected) << "[" << lo << ", " << hi << "]";
-    EXPECT_EQ(found.size(), got.size());
   }
 }
 
