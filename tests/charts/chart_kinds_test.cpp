@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "charts/chart_kinds.h"
+#include "charts/marker.h"
 #include "graphics/region.h"
 #include "graphics/transformer.h"
 #include "tests/charts/chart_fixture.h"
@@ -267,7 +268,9 @@ TEST_F(ChartKindsTest, HugeAndMissingValuesDrawWithoutWrappingOrHarm) {
 }
 
 // Each kind's fields are where the edits below expect them; read back, the file saves the same.
-TEST_F(ChartKindsTest, EveryKindRoundTripsThroughADataFileWithItsOwnFields) {
+// Each kind's fields, and a marker's alone or as a point's decoration, are where the edits below
+// expect them; read back, the file saves the same.
+TEST_F(ChartKindsTest, EveryKindAndMarkerRoundTripsThroughADataFileWithItsOwnFields) {
   QelPolygonChart polygon(display, series({1, 2}), QelPoint(3, 90), 2, 4, palette("red"));
   QelStairChart stairs(display, series({2, 1}), QelPoint(4, 80), 3, 5);
   QelBarChart bars(display, series({1, -1}), QelPoint(5, 70), 4, 6, 7, QelHorizontal,
@@ -275,20 +278,28 @@ TEST_F(ChartKindsTest, EveryKindRoundTripsThroughADataFileWithItsOwnFields) {
   QelScatterChart scatter(display, series({3}), QelPoint(6, 60), 5, 7, 6,
                           QelMarkerCross | QelMarkerCircle);
   Qel3dBarChart solid(display, series({4, 5}), QelPoint(7, 50), 6, 8, 14, 3, palette("red"));
+  polygon.getData()->addPointInfo(new QelChartPointInfo(
+      new QelMarker(display, QelPoint(), QelMarkerFilledTriangle, 9, palette("blue")), 1, {0, -4}));
+  QelMarker marker(display, QelPoint(-70000, 12), QelMarkerCross | QelMarkerCircle, 300);
   std::vector<std::unique_ptr<QelGraphic>> loaded;
   std::string text;
-  ASSERT_TRUE(
-      readBackSavesTheSame(display, {&polygon, &stairs, &bars, &scatter, &solid}, loaded, text));
+  ASSERT_TRUE(readBackSavesTheSame(display, {&polygon, &stairs, &bars, &scatter, &solid, &marker},
+                                   loaded, text));
   EXPECT_EQ(static_cast<Qel3dBarChart*>(loaded[4].get())->getTopPalette(), solid.getTopPalette());
 
-  // Fields out of range make the file unreadable, never a crash.
+  // Fields out of range (unknown figures, sizes beyond 16 bits) or missing make the file
+  // unreadable, never a crash.
   CapturedMessages messages;
   for (auto [from, to] : std::initializer_list<std::pair<const char*, const char*>>{
            {"QelBarChart  7 32", "QelBarChart  7 5"},
            {"QelBarChart  7 32", "QelBarChart  -7 32"},
            {"QelScatterChart  6 12", "QelScatterChart  70000 12"},
            {"QelScatterChart  6 12", "QelScatterChart  6 4096"},
-           {"Qel3dBarChart  14 3", "Qel3dBarChart  14 x"}})
+           {"Qel3dBarChart  14 3", "Qel3dBarChart  14 x"},
+           {"-70000 12 12 300", "-70000 12 4096 300"},
+           {"-70000 12 12 300", "-70000 12 12 65536"},
+           {"-70000 12 12 300", "-70000 12 12"},
+           {"-70000 12 12 300", "a b c d"}})
     EXPECT_TRUE(loadEdited(display, text, from, to).empty()) << to;
 }
 
