@@ -203,15 +203,12 @@ TEST_F(ChartContainerTest, ChartListFollowsTheObjectListThroughEveryOperation) {
   container->pushChart(c[3], 0);
   EXPECT_EQ(order(), (List{c[3], c[0], c[2], c[1]}));
   EXPECT_EQ(container->removeChart(c[0], 1), 1);
-  EXPECT_EQ(container->getChartIndex(c[0]), -1);
-  EXPECT_FALSE(c[0]->hasProperty(QelChartContainer::_chartProperty()));
-  EXPECT_EQ(container->removeChart(c[0], 1), 0);
+  EXPECT_TRUE(container->getChartIndex(c[0]) == -1 && container->removeChart(c[0], 1) == 0 &&
+              !c[0]->hasProperty(QelChartContainer::_chartProperty()));
   EXPECT_EQ(order(), (List{c[3], c[2], c[1]}));
-  EXPECT_EQ(container->removeChart(c[3], 0), 1);
-  EXPECT_EQ(container->removeChart(c[1], 0), 1);
+  EXPECT_TRUE(container->removeChart(c[3], 0) == 1 && container->removeChart(c[1], 0) == 1);
   EXPECT_EQ(order(), (List{c[2]}));
-  EXPECT_EQ(container->getChart(1), nullptr);
-  EXPECT_EQ(container->getChart(-1), nullptr);
+  EXPECT_TRUE(!container->getChart(1) && !container->getChart(-1));
   container->pushChart(c[2], 0);  // alone: nothing
   EXPECT_EQ(order(), (List{c[2]}));
   for (int i : {0, 1, 3}) delete c[i];
@@ -315,27 +312,6 @@ TEST_F(ChartContainerTest, LongRowNamesAndEdgeLabelsStayInsideTheLayoutRectangle
   EXPECT_EQ(container->getChartArea(), area);
 }
 
-TEST_F(ChartContainerTest, LegendListsEveryChartAndSurvivesADataFile) {
-  auto* first = line({{0, 0}, {1, 1}}, "red");
-  first->setName("first");
-  container->addChart(first, 0);
-  container->setLegend(new QelChartLegend(display, QelPoint(300, 10)));
-  auto* second = line({{0, 1}, {1, 0}}, "blue");
-  second->setName("second");
-  container->addChart(second, 1);
-  auto* legend = static_cast<QelChartLegend*>(container->getLegend());
-  ASSERT_EQ(legend->getCount(), 2u);
-  EXPECT_EQ(legend->getItemAt(1).name, "second");
-  // The names and swatch colours are in the file, as the legend saves them again.
-  std::vector<std::unique_ptr<QelGraphic>> loaded;
-  std::string text;
-  EXPECT_TRUE(readBackSavesTheSame(display, {legend}, loaded, text));
-  EXPECT_NE(text.find("\"second\" 0 0 65535"), std::string::npos) << text;
-  container->removeChart(second, 1);
-  EXPECT_TRUE(legend->getCount() == 1u && !container->getLegendItem(second));
-  delete second;
-}
-
 // Each chart kind's default interactor drags one point's value: the ghost follows the pointer
 // and leaves nothing behind, and the release gives the point the value under the pointer
 // (for a stacked set, measured from where its segment starts on the stack).
@@ -421,8 +397,7 @@ TEST_F(ChartContainerTest, OneChartRedrawReachesOnlyTheChartsNearIt) {
   Image whole = screen();
   CountingChart::draws = 0;
   container->reDrawObj(charts[100]);
-  EXPECT_GE(CountingChart::draws, 1);
-  EXPECT_LE(CountingChart::draws, 6);
+  EXPECT_TRUE(CountingChart::draws >= 1 && CountingChart::draws <= 6) << CountingChart::draws;
   EXPECT_TRUE(imagesMatch(screen(), whole, "one-chart-redraw"));
 
   // A chart moved by a data change the container is told of is found where it went: it now
@@ -458,9 +433,8 @@ TEST_F(ChartContainerTest, OneChartRedrawReachesOnlyTheChartsNearIt) {
 
   delete charts[0];
   delete charts[199];
-  EXPECT_EQ(container->getChartCount(), 198u);
-  EXPECT_EQ(container->getChart(0), charts[1]);
-  EXPECT_EQ(container->getChartIndex(charts[198]), 197);
+  EXPECT_TRUE(container->getChartCount() == 198u && container->getChart(0) == charts[1] &&
+              container->getChartIndex(charts[198]) == 197);
   container->reDraw();
 }
 
