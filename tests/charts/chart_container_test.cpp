@@ -305,8 +305,7 @@ TEST_F(ChartContainerTest, LongRowNamesAndEdgeLabelsStayInsideTheLayoutRectangle
     EXPECT_TRUE(layout.contains(box(*scale))) << scale->getDirection();
   EXPECT_GT(area.x, layout.x + 100);  // room for the long names
   QelPoint origin;
-  EXPECT_EQ(container->getScale(QelBottom)->computeSize(origin), area.w);
-  EXPECT_EQ(origin.x, area.x);
+  EXPECT_TRUE(container->getScale(QelBottom)->computeSize(origin) == area.w && origin.x == area.x);
   // The same rectangle again changes nothing.
   container->reshapeCharts(layout, 1);
   EXPECT_EQ(container->getChartArea(), area);

@@ -219,6 +219,7 @@ TEST_F(ChartKindsTest, BarKindsScaleTheirWidthsWithTheTransform) {
   Qel3dBarChart solid(display, series({1, 2}), QelPoint(0, 100), 10, 10, 10, 6);
   QelTransformer wide(4.0, 1.0);
   solid.applyTransform(&wide);
+  EXPECT_TRUE(solid.getXScale() == 40 && solid.getYScale() == 10);  // each axis its own factor
   EXPECT_EQ(solid.getBarWidth(), 40u);
   EXPECT_EQ(solid.getDepth(), 12u);
 }
