@@ -12,9 +12,8 @@ TEST(MessageDatabaseTest, KeysResolveInTheLanguageThenInCAndOtherNamesAreTheirOw
   EXPECT_STREQ(database.getMessage("&Greeting"), "Hello");
   database.setLanguage("fr");
   EXPECT_STREQ(database.getMessage("&Greeting"), "Bonjour");
-  // Built-in texts exist in "C" only.
-  EXPECT_NE(std::string(database.getMessage("&QelCSDBCouldntAllBm")).find("bitmap"),
-            std::string::npos);
+  // Built-in texts exist in "C" only, and are found in any language.
+  EXPECT_STRNE(database.getMessage("&QelCSDBCouldntAllBm"), "&QelCSDBCouldntAllBm");
   for (const char* own : {"&NoSuchKey", "not-a-key", ""})
     EXPECT_STREQ(database.getMessage(own), own);
 }

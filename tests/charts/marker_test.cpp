@@ -8,8 +8,6 @@
 #include "charts/marker.h"
 #include "graphics/transformer.h"
 #include "tests/charts/chart_fixture.h"
-#include "tests/support/data_files.h"
-#include "tests/support/messages.h"
 
 namespace kestrel::test {
 namespace {
@@ -68,23 +66,6 @@ TEST_F(ChartMarkerTest, JobMarkerWithOffsetMinusFourIsCentredOnItsDataPoint) {
   image = drawn(chart, 160, 160, nullptr, &zoom);
   EXPECT_EQ(extentOf(image, kBlue), QelRect(56, 77, 8, 7));
   EXPECT_EQ(image.at(60, 80), kBlue);
-}
-
-TEST_F(ChartMarkerTest, MarkersRoundTripThroughDataFiles) {
-  auto* data = series({0, 0});
-  data->addPointInfo(new QelChartPointInfo(
-      new QelMarker(display, QelPoint(), QelMarkerFilledTriangle, 9, palette("blue")), 1,
-      QelPoint(0, -4)));
-  QelPolylineChart chart(display, data, QelPoint(0, 20), 1, 1);
-  QelMarker marker(display, QelPoint(-70000, 12), QelMarkerCross | QelMarkerCircle, 300);
-  std::vector<std::unique_ptr<QelGraphic>> loaded;
-  std::string text;
-  ASSERT_TRUE(readBackSavesTheSame(display, {&marker, &chart}, loaded, text));
-
-  // Unknown figures, sizes beyond 16 bits and missing fields are refused.
-  CapturedMessages messages;
-  for (const char* bad : {"-70000 12 4096 300", "-70000 12 12 65536", "-70000 12 12", "a b c d"})
-    EXPECT_TRUE(loadEdited(display, text, "-70000 12 12 300", bad).empty()) << bad;
 }
 
 }  // namespace

@@ -21,43 +21,36 @@ QelPoint mapped(const QelTransformer& t, QelPoint p) {
   return p;
 }
 
-TEST(TransformerTest, PixelsRoundHalfToEvenAndSaturate) {
+TEST(TransformerTest, PixelsRoundHalfToEvenAndSaturateAndRectanglesMapTwoCorners) {
   using Row = std::tuple<QelTransformer, QelPoint, QelPoint>;
   for (auto [t, from, to] :
        {Row{{0.5, 0.5}, {3, 5}, {2, 2}},  // 1.5 and 2.5
         Row{{0.5, 0.5}, {-3, -1}, {-2, 0}}, Row{{1, 0, 0, 1, 0.5f, -0.5f}, {1, 2}, {2, 2}},
         Row{{1e9, 1e9}, {100, -100}, {kMax, kMin}}})
     EXPECT_EQ(mapped(t, from), to) << from.x << "," << from.y;
-  EXPECT_EQ(QelRoundToPixel(1e30), kMax);
-  EXPECT_EQ(QelRoundToPixel(-1e30), kMin);
-  EXPECT_EQ(QelRoundToPixel(std::nan("")), 0);
-}
+  EXPECT_TRUE(QelRoundToPixel(1e30) == kMax && QelRoundToPixel(-1e30) == kMin &&
+              QelRoundToPixel(std::nan("")) == 0);
 
-TEST(TransformerTest, RectanglesMapOnlyTwoCorners) {
   // (0,0) stays and (10,10) goes to (0,14): the box of two corners has no width, although the
-  // rotated square spans from -7 to 7.
-  QelRect r(0, 0, 10, 10);
+  // rotated square spans from -7 to 7. A flip keeps the rectangle's size.
+  QelRect r(0, 0, 10, 10), f(10, 10, 20, 30);
   QelTransformer(QelPoint(0, 0), 45.0).apply(r);
-  EXPECT_EQ(r, QelRect(0, 0, 0, 14));
-  QelRect f(10, 10, 20, 30);
   QelTransformer(1, 0, 0, -1, 0, 100).apply(f);
-  EXPECT_EQ(f, QelRect(10, 60, 20, 30));
+  EXPECT_TRUE(r == QelRect(0, 0, 0, 14) && f == QelRect(10, 60, 20, 30));
 }
 
 TEST(TransformerTest, ScaleKeepsItsSourcePointRotateItsOutputPointAndComposeGoesInOrder) {
   const QelPoint source(3, 4);
-  QelTransformer t(2, 0, 0, 3, 10, 20);
-  const QelPoint before = mapped(t, source);
+  QelTransformer t(2, 0, 0, 3, 10, 20), r = t;
+  const QelPoint before = mapped(t, source);  // (16, 32)
   t.scale(3, 4, 1.5, 0.5);
+  r.rotate(16, 32, 30);  // about the output point: the source point mapped there stays there
   EXPECT_EQ(mapped(t, source), before);
-  // Rotation about the output point (16, 32): the source point mapped there stays there.
-  QelTransformer r(2, 0, 0, 3, 10, 20);
-  r.rotate(16, 32, 30);
-  EXPECT_EQ(mapped(r, source), QelPoint(16, 32));
+  EXPECT_EQ(mapped(r, source), before);
 
   // This one first, then the other.
-  QelTransformer shift(QelPoint(10, 0)), zoom(2.0, 2.0);
-  QelTransformer shiftThenZoom = shift, zoomThenShift = zoom;
+  QelTransformer shift(QelPoint(10, 0)), zoom(2.0, 2.0), shiftThenZoom = shift,
+                                                         zoomThenShift = zoom;
   shiftThenZoom.compose(zoom);
   zoomThenShift.compose(shift);
   EXPECT_EQ(mapped(shiftThenZoom, QelPoint(1, 1)), QelPoint(22, 2));
@@ -69,20 +62,13 @@ TEST(TransformerTest, InverseUndoesApplyAndComputeInverseAgrees) {
   t.scale(0, 0, 2, 3);
   t.translate(7, -9);
   QelTransformer back, self = t;
-  ASSERT_TRUE(t.computeInverse(back));
-  ASSERT_TRUE(self.computeInverse(self));  // in place, the same inverse
-  EXPECT_NEAR(back.getDeterminant(), 1 / t.getDeterminant(), 1e-12);
+  ASSERT_TRUE(t.computeInverse(back) && self.computeInverse(self));  // in place, the same inverse
   for (QelPoint p : {QelPoint(0, 0), QelPoint(13, -200), QelPoint(1000, 999)}) {
     QelPoint q = mapped(t, p), viaInverse = q;
     ASSERT_TRUE(t.inverse(viaInverse));
     EXPECT_TRUE(std::abs(viaInverse.x - p.x) <= 1 && std::abs(viaInverse.y - p.y) <= 1);
-    EXPECT_EQ(mapped(back, q), viaInverse);
-    EXPECT_EQ(mapped(self, q), viaInverse);
+    EXPECT_TRUE(mapped(back, q) == viaInverse && mapped(self, q) == viaInverse);
   }
-  QelFloatPoint f(1.25f, -3.5f);
-  t.apply(f);
-  ASSERT_TRUE(t.inverse(f));
-  EXPECT_TRUE(std::fabs(f.x - 1.25) < 1e-4 && std::fabs(f.y + 3.5) < 1e-4) << f.x << "," << f.y;
 }
 
 TEST(TransformerTest, InverseOfASingularTransformerWarnsAndChangesNothing) {
@@ -90,34 +76,31 @@ TEST(TransformerTest, InverseOfASingularTransformerWarnsAndChangesNothing) {
   QelTransformer flat(0, 0, 0, 0, 5, 5), unchanged;
   QelPoint p(3, 4);
   QelRect r(1, 2, 3, 4);
-  EXPECT_FALSE(flat.inverse(p) || flat.inverse(r) || flat.computeInverse(unchanged));
+  EXPECT_FALSE(flat.inverse(p) || flat.inverse(r) || flat.computeInverse(unchanged) ||
+               QelTransformer(std::nanf(""), 0, 0, 1, 0, 0).inverse(p));
   EXPECT_TRUE(p == QelPoint(3, 4) && r == QelRect(1, 2, 3, 4) && unchanged.isIdentity());
   char address[32];
   std::snprintf(address, sizeof address, "%x", unsigned(uintptr_t(&flat)));
   EXPECT_EQ(messages.warnings().at(0),
             std::string("QelTransformer::inverse(QelPoint&): bad transformer ") + address);
-  EXPECT_EQ(messages.warnings().size(), 2u);
-  EXPECT_FALSE(QelTransformer(std::nanf(""), 0, 0, 1, 0, 0).inverse(p));
   EXPECT_EQ(messages.warnings().size(), 3u);
 }
 
 // Regions and charts take the quick path of a translation only when nothing scales or turns.
 TEST(TransformerTest, FlagsFollowTheirTolerances) {
   using Row = std::tuple<QelTransformer, bool, bool>;  // translation only, no rotation
+  int row = 0;
   for (auto [t, translation, noRotation] :
        {Row{{1.00005f, 0, 0, 0.99995f, 0, 0}, true, true},
         Row{{1.001f, 0, 0, 1, 0, 0}, false, true}, Row{{1, 0, 0, 1.001f, 0, 0}, false, true},
         Row{{1, 1e-6f, 0, 1, 0, 0}, false, false}, Row{{1, 0, 0, 1, 3, 0}, true, true}}) {
-    float m11, m12, m21, m22;
-    t.getValues(m11, m12, m21, m22);
-    EXPECT_EQ(t.isTranslationOnly(), translation) << m11 << " " << m12 << " " << m22;
-    EXPECT_EQ(t.hasNoRotation(), noRotation) << m11 << " " << m12 << " " << m22;
+    EXPECT_EQ(t.isTranslationOnly(), translation) << "row " << row;
+    EXPECT_EQ(t.hasNoRotation(), noRotation) << "row " << row++;
   }
-  QelPoint v(4, 5);
-  QelTransformer(2, 0, 0, 2, 100, 100).deltaApply(v);  // no translation for vectors
-  EXPECT_EQ(v, QelPoint(8, 10));
-  QelPoint fixed(10, 10);
-  EXPECT_EQ(mapped(QelTransformer(3.0, 3.0, &fixed), fixed), fixed);
+  // Vectors take no translation; a scale about a fixed point leaves that point where it is.
+  QelPoint v(4, 5), fixed(10, 10);
+  QelTransformer(2, 0, 0, 2, 100, 100).deltaApply(v);
+  EXPECT_TRUE(v == QelPoint(8, 10) && mapped(QelTransformer(3.0, 3.0, &fixed), fixed) == fixed);
 }
 
 }  // namespace
