@@ -92,6 +92,12 @@ TEST_F(ScaleTest, GeneratedLabelsAccumulateInSinglePrecision) {
   s.setLabels(3, texts);
   s.setLabel(1, "bb");
   EXPECT_TRUE(labelWidth(s, 2) == 18u && labelWidth(s, 1) == 12u);
+  // Scrolled forward, then back by two: every text has its own size wherever it went.
+  for (float from : {8.0f, 9.0f, 7.0f}) {
+    s.setLabels(12, from, from + 11, "%.0f");
+    for (uint16_t i = 0; i < 12; ++i)
+      EXPECT_EQ(labelWidth(s, i), 6u * std::strlen(s.getLabel(i))) << from << " " << i;
+  }
 }
 
 TEST_F(ScaleTest, RectangleAndOriginRoundTripForEveryDirectionAndPosition) {
