@@ -67,6 +67,7 @@ class ColorTest : public DisplayTest {};
 
 TEST_F(ColorTest, NamesWidenShareAndFailQuietlyAndTheLastUnlockFrees) {
   checkColorRules(display);
+  checkPaletteRules(display);
   QelColor* orange = display->getColor("orange");
   orange->lock();
   orange->lock();
@@ -92,28 +93,6 @@ TEST(HsvTest, EachHueSectorGivesItsComponentsRoundedToSixteenBits) {
     QelHSVToRGB(h, s, v, red, green, blue);
     EXPECT_EQ(std::make_tuple(int(red), int(green), int(blue)), std::make_tuple(r, g, b))
         << h << " " << s << " " << v;
-  }
-}
-
-// Resource files of a user: the defaults fall back when the two colours could not be told apart.
-TEST(DefaultColorsTest, ResourceFallbacks) {
-  const std::tuple<const char*, const char*, const char*, const char*> cases[] = {
-      {"blue", "blue", "gray", "black"},                // equal texts
-      {"black", "#000", "white", "black"},              // equal pixels
-      {"no-such-colour", "yellow", "white", "yellow"},  // unknown background
-      {"", "", "gray", "black"},                        // empty values
-  };
-  for (auto [background, foreground, expectedBackground, expectedForeground] : cases) {
-    Display* x = openXtDisplay();
-    ASSERT_NE(x, nullptr);
-    putResources(x, {std::string("kestrel-defaults.background: ") + background,
-                     std::string("kestrel-defaults.foreground: ") + foreground});
-    {
-      QelDisplay display(x, "kestrel-defaults");
-      EXPECT_EQ(display.defaultBackground(), display.getColor(expectedBackground)) << background;
-      EXPECT_EQ(display.defaultForeground(), display.getColor(expectedForeground)) << foreground;
-    }
-    closeXtDisplay(x);
   }
 }
 

@@ -119,6 +119,22 @@ TEST(QelDisplayTest, XErrorsAreCountedAndBitmapsTheServerRefusesReportNone) {
   EXPECT_TRUE(FreshDisplay({"kestrel-fresh.stopOnXError: true"})->stopsOnXError());
 }
 
+// Resource files of a user: the defaults fall back when the two colours could not be told apart.
+TEST(QelDisplayTest, DefaultColoursFallBackWhenTheResourcesCannotBeToldApart) {
+  const std::tuple<const char*, const char*, const char*, const char*> cases[] = {
+      {"blue", "blue", "gray", "black"},                // equal texts
+      {"black", "#000", "white", "black"},              // equal pixels
+      {"no-such-colour", "yellow", "white", "yellow"},  // unknown background
+      {"", "", "gray", "black"},                        // empty values
+  };
+  for (auto [background, foreground, expectedBackground, expectedForeground] : cases) {
+    FreshDisplay display({std::string("kestrel-fresh.background: ") + background,
+                          std::string("kestrel-fresh.foreground: ") + foreground});
+    EXPECT_EQ(display->defaultBackground(), display->getColor(expectedBackground)) << background;
+    EXPECT_EQ(display->defaultForeground(), display->getColor(expectedForeground)) << foreground;
+  }
+}
+
 int customError(Display*, XErrorEvent*) {
   return 0;
 }

@@ -72,20 +72,6 @@ TEST_F(FontTest, UnknownAndOverLongNamesAreFatalAndRetriedOnEachRequest) {
   EXPECT_EQ(messages.fatals().size(), 5u);
 }
 
-TEST_F(FontTest, PredefinedFontsAreLockedAliasesOfLoadedFonts) {
-  for (const char* name : {"default", "normal", "bold", "italic", "large", "monospace"}) {
-    QelFont* font = display->getFont(name);
-    ASSERT_NE(font, nullptr) << name;
-    EXPECT_TRUE(font->isValid() && font->isAlias() && font->getLockCount() >= 1) << name;
-  }
-  // An alias is the font itself, which stays known under its own name: asking for that name
-  // does not load it a second time.
-  EXPECT_EQ(display->getFont("fixed"), display->defaultFont());
-  EXPECT_EQ(display->getFont("%helvetica-12-B"), display->findFont("bold"));
-  EXPECT_EQ(display->findFont("italic")->getStyle(), uint32_t(QelFontStyleItalic));
-  EXPECT_GT(display->findFont("large")->height(), display->findFont("normal")->height());
-}
-
 // The font warnings only (the home directory may be unset).
 std::vector<std::string> fontWarnings(const CapturedMessages& messages) {
   std::vector<std::string> found;

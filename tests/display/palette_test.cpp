@@ -66,10 +66,6 @@ class PaletteTest : public DisplayTest {
   }
 };
 
-TEST_F(PaletteTest, SharingAndLockCounts) {
-  checkPaletteRules(display);
-}
-
 TEST_F(PaletteTest, GraphicsContextCarriesExactlyTheAttributesAndSettersChangeIt) {
   QelColor* fg = display->getColor("red");
   QelColor* bg = display->getColor("yellow");
@@ -160,18 +156,6 @@ TEST_F(PaletteTest, NestedClipScopesPutThePreviousClipBack) {
   EXPECT_TRUE(v.clip_x_origin == 3 && v.clip_y_origin == 4);
   display->setClip(red, static_cast<const QelRegion*>(nullptr));
   red->unLock();
-}
-
-TEST_F(PaletteTest, PredefinedLineStylesAndLookupByValue) {
-  for (auto [name, count] : {std::pair<const char*, uint16_t>{"dot", 2}, {"dashdoubledot", 5}})
-    EXPECT_EQ(display->getLineStyle(name)->getCount(), count) << name;
-  const uint8_t dash[] = {8, 8}, zero[] = {4, 0};
-  EXPECT_EQ(display->getLineStyle(2, dash, 0), display->getLineStyle("dash"));
-  QelLineStyle* shifted = display->getLineStyle(2, dash, 3);
-  EXPECT_NE(shifted, display->getLineStyle("dash"));
-  EXPECT_EQ(display->getLineStyle(2, dash, 3), shifted);
-  EXPECT_EQ(display->getLineStyle(2, zero, 0), nullptr);  // X refuses zero lengths
-  EXPECT_EQ(display->getLineStyle(0, nullptr, 0), display->solidLineStyle());
 }
 
 }  // namespace

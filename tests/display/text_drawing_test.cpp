@@ -5,7 +5,6 @@
 #include <tuple>
 
 #include "display/font.h"
-#include "graphics/transformer.h"
 #include "tests/support/display_fixture.h"
 
 namespace kestrel::test {
@@ -94,20 +93,6 @@ TEST_F(TextDrawingTest, TextFromFarOutsideShowsOnlyItsVisiblePart) {
     display->drawString(port, palette(name), QelPoint(82, 20), text.c_str(), -1);
     box = ink(port);  // its first 3 cells
     EXPECT_TRUE(box.x >= 82 && box.right() > 94);
-  }
-}
-
-// A transformer moves the anchor only: the glyphs keep their size.
-TEST_F(TextDrawingTest, TransformsMoveOnlyTheAnchor) {
-  QelPort* port = windowPort(100, 60);
-  for (const char* name : {kSetFont, kCoreFont}) {
-    clear(port);
-    display->drawString(port, palette(name), QelPoint(20, 40), "Hi", 2);
-    const Image expected = read(port);
-    clear(port);
-    const QelTransformer doubling(2.0, 2.0);
-    display->drawTransformedString(port, palette(name), QelPoint(10, 20), "Hi", -1, &doubling);
-    EXPECT_TRUE(imagesMatch(read(port), expected, std::string("transformed-") + name));
   }
 }
 

@@ -9,7 +9,6 @@
 #include "tests/support/motif_host.h"
 
 #include <X11/keysym.h>
-#include <Xm/DrawingA.h>
 #include <Xm/Xm.h>
 
 namespace kestrel::test {
@@ -58,23 +57,6 @@ class ViewTest : public DisplayTest {
   RecordingView* left = nullptr;
   RecordingView* right = nullptr;
 };
-
-TEST_F(ViewTest, ViewInsideAHostWidgetIsAManagedDrawingAreaFoundFromItsWindow) {
-  Widget area = left->getWidget();
-  ASSERT_NE(area, nullptr);
-  EXPECT_STREQ(XtName(area), "qelview");
-  EXPECT_TRUE(XtIsSubclass(area, xmDrawingAreaWidgetClass) && XtIsManaged(area));
-  EXPECT_EQ(left->getSystemView(), XtWindow(area));
-  EXPECT_EQ(display->getView(left->getSystemView()), left);
-  QelPoint position;
-  left->position(position);
-  EXPECT_EQ(QelRect(position.x, position.y, left->width(), left->height()),
-            QelRect(10, 10, 140, 100));
-  Window window = right->getSystemView();
-  delete right;
-  right = nullptr;
-  EXPECT_EQ(display->getView(window), nullptr);
-}
 
 TEST_F(ViewTest, PointerEventsArriveInViewCoordinatesWithDragsCompressed) {
   host->button(1, true);

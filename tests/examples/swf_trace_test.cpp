@@ -37,27 +37,21 @@ const char* kTrace =
 
 class SwfTraceTest : public ::testing::Test {
  protected:
-  void SetUp() override {
-    directory =
-        std::filesystem::temp_directory_path() / ("kestrel-swf-" + std::to_string(getpid()));
-    std::filesystem::create_directories(directory);
-  }
+  void SetUp() override { std::filesystem::create_directories(directory); }
   void TearDown() override { std::filesystem::remove_all(directory); }
-
-  std::string plainFile(const std::string& text, const char* name = "trace.swf") {
-    std::string path = directory / name;
-    std::ofstream(path, std::ios::binary) << text;
+  std::string file(const std::string& name, const std::string& text) {
+    const std::string path = directory / name;
+    if (name.size() < 3 || name.compare(name.size() - 3, 3, ".gz") != 0) {
+      std::ofstream(path, std::ios::binary) << text;
+    } else {
+      gzFile gz = gzopen(path.c_str(), "wb");
+      gzwrite(gz, text.data(), unsigned(text.size()));
+      gzclose(gz);
+    }
     return path;
   }
-  std::string gzipFile(const std::string& text) {
-    std::string path = directory / "trace.swf.gz";
-    gzFile file = gzopen(path.c_str(), "wb");
-    gzwrite(file, text.data(), unsigned(text.size()));
-    gzclose(file);
-    return path;
-  }
-
-  std::filesystem::path directory;
+  const std::filesystem::path directory =
+      std::filesystem::temp_directory_path() / ("kestrel-swf-" + std::to_string(getpid()));
 };
 
 TEST_F(SwfTraceTest, ReadsJobsAndHeaderFromPlainAndGzipFiles) {
@@ -70,16 +64,13 @@ TEST_F(SwfTraceTest, ReadsJobsAndHeaderFromPlainAndGzipFiles) {
       {4, 14, 0, -1, -1, -1, false},      // unknown run and requested time
       {9, 30, 0, 40, 50, 1, false},       // the last line, without a newline
   };
-  for (bool gzip : {false, true}) {
-    SCOPED_TRACE(gzip ? "gzip" : "plain");
+  for (const char* name : {"trace.swf", "trace.swf.gz"}) {
+    SCOPED_TRACE(name);
     SwfTrace trace;
     char error[256] = "";
-    ASSERT_EQ(
-        swfRead((gzip ? gzipFile(kTrace) : plainFile(kTrace)).c_str(), &trace, error, sizeof error),
-        0)
-        << error;
-    EXPECT_EQ(trace.unixStartTime, 1132444805);
-    EXPECT_EQ(trace.skippedLines, 4u);
+    ASSERT_EQ(swfRead(file(name, kTrace).c_str(), &trace, error, sizeof error), 0) << error;
+    EXPECT_EQ(std::make_pair(trace.unixStartTime, trace.skippedLines),
+              std::make_pair(1132444805L, size_t(4)));
     ASSERT_EQ(trace.jobCount, std::size(expected));
     for (size_t i = 0; i < trace.jobCount; ++i) {
       const SwfJob& job = trace.jobs[i];
@@ -97,28 +88,22 @@ TEST_F(SwfTraceTest, ReadsJobsAndHeaderFromPlainAndGzipFiles) {
 }
 
 TEST_F(SwfTraceTest, FilesThatCannotBeReadGiveAnEmptyTraceAndAReason) {
-  const std::string complete = gzipFile(std::string(kTrace) + "\n");
-  std::string bytes;
-  {
-    std::ifstream in(complete, std::ios::binary);
-    bytes.assign(std::istreambuf_iterator<char>(in), {});
-  }
-  const std::string truncated = directory / "truncated.swf.gz";
-  std::ofstream(truncated, std::ios::binary) << bytes.substr(0, bytes.size() / 2);
-  const std::string longLine = plainFile(std::string(10000, '7') + "\n" +
-                                         "1 0 -1 5 1 -1 -1 -1 10 -1 -1 1 1 -1 -1 1 -1 -1\n");
+  const std::string truncated = file("truncated.swf.gz", std::string(kTrace) + "\n");
+  std::filesystem::resize_file(truncated, std::filesystem::file_size(truncated) / 2);
   // A missing file, a truncated gzip file, a line longer than any job line, an empty file: the
   // result, the jobs and the lines skipped.
   using Case = std::tuple<std::string, int, size_t, size_t>;
   for (const auto& [path, result, jobs, skipped] :
        {Case{(directory / "none.swf").string(), -1, 0, 0}, Case{truncated, -1, 0, 0},
-        Case{longLine, 0, 1, 1}, Case{plainFile("", "empty.swf"), 0, 0, 0}}) {
+        Case{file("long.swf",
+                  std::string(10000, '7') + "\n1 0 -1 5 1 -1 -1 -1 10 -1 -1 1 1 -1 -1 1 -1 -1\n"),
+             0, 1, 1},
+        Case{file("empty.swf", ""), 0, 0, 0}}) {
     SCOPED_TRACE(path);
     SwfTrace trace;
     char error[256] = "";
     EXPECT_EQ(swfRead(path.c_str(), &trace, error, sizeof error), result);
-    EXPECT_EQ(trace.jobCount, jobs);
-    EXPECT_EQ(trace.skippedLines, skipped);
+    EXPECT_EQ(std::make_pair(trace.jobCount, trace.skippedLines), std::make_pair(jobs, skipped));
     if (result != 0) {
       EXPECT_NE(std::string(error).find(path), std::string::npos) << error;
       EXPECT_EQ(trace.jobs, nullptr);

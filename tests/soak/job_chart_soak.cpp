@@ -1,9 +1,9 @@
 // A long run of the job chart through its entry points, on a shown chart on a private X server:
 // a real grid's trace replayed at full speed, a million synthetic jobs at thirty frames a
-// simulated second, and charts made and destroyed again and again on one host widget. It checks
-// that the heap grows only by what the jobs themselves hold, that the X server keeps no more
-// for the client than it did, and that nothing crashes. The duration is a budget shared by the
-// three parts: each stops early when its share is spent.
+// simulated second, and charts made and destroyed again and again on one host widget. Each part
+// checks that the heap grows only by what the jobs themselves hold, and that the X server keeps
+// no more for the client than it did; and nothing may crash. The duration is a budget shared by
+// the three parts: each stops early when its share is spent.
 //
 //   job_chart_soak [--seconds N] [--trace FILE.swf[.gz]] [--jobs N] [--cycles N]
 // The test support (gtest) goes before any X header: Xlib's macros break gtest.
@@ -16,13 +16,8 @@
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
-#include <cstdlib>
-#include <cstring>
-#include <memory>
+#include <map>
 #include <queue>
-#include <string>
-#include <unordered_map>
-#include <vector>
 
 #include "examples/swf_trace.h"
 #include "gadgets/motif_look.h"
@@ -31,188 +26,134 @@
 namespace {
 
 using Clock = std::chrono::steady_clock;
+int failures = 0;
 
-// The heap a finished job may hold, with the allocator's slack: what the performance
-// benchmark measures per job, rounded up.
-constexpr double kBytesPerJob = 1200;
-
-struct Options {
-  double seconds = 60;
-  std::string trace = KESTREL_SOAK_TRACE;
-  long jobs = 1000000;
-  long cycles = 10000;
-};
-
-size_t heapInUse() {
-  return mallinfo2().uordblks;
+void check(bool ok, const char* what) {
+  if (!ok) std::fprintf(stderr, "FAILED: %s\n", what), ++failures;
 }
 
-class Deadline {
- public:
-  explicit Deadline(double seconds)
-      : _end(Clock::now() +
-             std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double>(seconds))) {}
-  bool passed() const { return Clock::now() >= _end; }
-
- private:
-  Clock::time_point _end;
+// A job to replay: its row name (an index into the chart's names), start, end and outcome.
+struct Job {
+  size_t name;
+  double start, end;
+  bool failed;
 };
 
 struct Host {
   Display* x;
-  Pixmap probe;
-  kestrel::test::MotifHost widget;
-  Host(Display* display)
-      : x(display),
-        probe(XCreatePixmap(x, DefaultRootWindow(x), 1, 1, DefaultDepth(x, DefaultScreen(x)))),
-        widget(x, 0, 0, 1000, 700) {
-    widget.realize();
-  }
-  long resources() {
-    XSync(x, False);
-    return kestrel::test::serverResources(x, probe);
-  }
+  kestrel::test::MotifHost widget{x, 0, 0, 1000, 700};
+  Pixmap probe = XCreatePixmap(x, DefaultRootWindow(x), 1, 1, DefaultDepth(x, DefaultScreen(x)));
+  bool realized = widget.realize();
   // What a host's event loop does between its calls: handles whatever the server sent.
   void dispatch() {
     XtAppContext app = XtWidgetToApplicationContext(widget.shell());
     while (XtAppPending(app)) XtAppProcessEvent(app, XtIMAll);
   }
+  // The heap in use and the X resources the server holds for the client, once all is handled.
+  std::pair<long, long> usage() {
+    widget.settle();
+    XSync(x, False);
+    return {long(mallinfo2().uordblks), kestrel::test::serverResources(x, probe)};
+  }
+  // The heap grown since `before`; the server must hold what it held then.
+  long grown(const char* part, std::pair<long, long> before) {
+    const auto [heap, resources] = usage();
+    std::printf("%s: X resources %ld -> %ld, ", part, before.second, resources);
+    check(resources == before.second, "the X server holds nothing more");
+    return heap - before.first;
+  }
 };
 
-int failures = 0;
-void check(bool ok, const char* what) {
-  if (!ok) {
-    std::fprintf(stderr, "FAILED: %s\n", what);
-    ++failures;
-  }
-}
-
-// The trace: the busiest sites, four slots each, every job at its start and end time.
-void replayTrace(Host& host, const Options& options, double seconds) {
-  SwfTrace trace{};
-  char error[256] = "";
-  if (swfRead(options.trace.c_str(), &trace, error, sizeof error) != 0) {
-    std::printf("trace: skipped (%s)\n", error);
-    return;
-  }
-  std::unordered_map<long, long> perSite;
-  for (size_t i = 0; i < trace.jobCount; ++i) ++perSite[trace.jobs[i].partition];
-  std::vector<std::pair<long, long>> busiest(perSite.begin(), perSite.end());
-  std::sort(busiest.begin(), busiest.end(), [](auto& a, auto& b) { return a.second > b.second; });
-  busiest.resize(std::min<size_t>(busiest.size(), 20));
-  std::vector<std::string> names;
-  std::unordered_map<long, std::string> siteName;
-  for (auto& [site, count] : busiest) {
-    const char* name = swfPartitionName(&trace, site);
-    siteName[site] = name ? name : "site " + std::to_string(site);
-    for (int slot = 0; slot < 4; ++slot) names.push_back(siteName[site]);
-  }
+// Replays the jobs in the order of their starts on a chart of those rows, a frame every `step`
+// seconds.
+void replay(Host& host, const char* part, std::vector<std::string> names, std::vector<Job> jobs,
+            double step, double viewable, double seconds) {
+  std::stable_sort(jobs.begin(), jobs.end(), [](auto& a, auto& b) { return a.start < b.start; });
   std::vector<char*> pointers;
   for (std::string& n : names) pointers.push_back(n.data());
   void* chart = chartConstructor(host.widget.board(), pointers.data(), int(pointers.size()));
-  check(chart != nullptr, "the trace's chart was made");
-  if (!chart) return swfFree(&trace);
-  setViewableTime(chart, 3600);
-
-  std::vector<const SwfJob*> jobs;
-  for (size_t i = 0; i < trace.jobCount; ++i)
-    if (trace.jobs[i].run >= 0 && siteName.count(trace.jobs[i].partition))
-      jobs.push_back(&trace.jobs[i]);
-  std::sort(jobs.begin(), jobs.end(),
-            [](const SwfJob* a, const SwfJob* b) { return swfStart(a) < swfStart(b); });
-  using End = std::pair<long, std::pair<int, int>>;  // end time, (job ID, failed)
+  if (!chart) return check(false, "the chart was made");
+  setViewableTime(chart, float(viewable));
+  using End = std::pair<double, std::pair<int, bool>>;  // end time, (job ID, failed)
   std::priority_queue<End, std::vector<End>, std::greater<End>> ends;
-  const long origin = jobs.empty() ? 0 : swfStart(jobs.front());
-  const Deadline deadline(seconds);
-  long shown = 0, hidden = 0, frames = 0, now = origin;
-  const auto begin = Clock::now();
+  const auto deadline = Clock::now() + std::chrono::duration<double>(seconds);
+  long shown = 0, frames = 0;
+  std::pair<long, long> before{-1, 0};
   size_t next = 0;
-  for (; next < jobs.size() && !deadline.passed(); now += 60, ++frames) {
+  double now = jobs.empty() ? 0 : jobs.front().start;
+  for (; next < jobs.size() && Clock::now() < deadline; now += step, ++frames) {
     for (; !ends.empty() && ends.top().first <= now; ends.pop())
       stopJobTracking(chart, ends.top().second.first, ends.top().second.second);
-    for (; next < jobs.size() && swfStart(jobs[next]) <= now; ++next) {
-      const SwfJob* job = jobs[next];
-      int id = startJobTracking(chart, siteName[job->partition].c_str(),
-                                float(swfStart(job) - origin), nullptr);
-      if (id < 0) {
-        ++hidden;
-        continue;
-      }
-      ++shown;
-      ends.push({swfStart(job) + job->run, {id, swfKilledAtLimit(job)}});
+    for (; next < jobs.size() && jobs[next].start <= now; ++next) {
+      const Job& job = jobs[next];
+      const int id = startJobTracking(chart, names[job.name].c_str(), float(job.start), nullptr);
+      if (id >= 0) ends.push({job.end, {id, job.failed}}), ++shown;
     }
-    setElapsedTime(chart, float(now - origin));
-    updateActiveJobs(chart, float(now - origin));
+    setElapsedTime(chart, float(now));
+    updateActiveJobs(chart, float(now));
     host.dispatch();
+    // Counted from the first jobs: what they make (the jobs' palettes) every later one shares.
+    if (shown > 0 && before.first < 0) before = host.usage();
   }
-  const double took = std::chrono::duration<double>(Clock::now() - begin).count();
-  std::printf(
-      "trace: %zu of %zu jobs' starts replayed (%ld shown, %ld without a free slot), "
-      "%ld frames, %.1f simulated days in %.1f s\n",
-      next, jobs.size(), shown, hidden, frames, double(now - origin) / 86400, took);
+  const double perJob = double(host.grown(part, before)) / double(std::max(shown, 1L));
+  std::printf("%zu of %zu jobs started, %ld shown, %ld frames: %.0f heap bytes a job\n", next,
+              jobs.size(), shown, frames, perJob);
+  // What the performance benchmark measures per job, rounded up, with the allocator's slack.
+  check(shown < 1000 || perJob <= 1200, "the heap grew only by the jobs' own bytes");
   chartDestructor(chart);
-  swfFree(&trace);
 }
 
-// A thousand rows, each running one job after another; a frame every thirtieth of a second.
-void synthetic(Host& host, const Options& options, double seconds) {
-  constexpr int kRows = 1000;
+// The trace: four slots for each of the first twenty sites, every job at its start and end time.
+void trace(Host& host, const char* path, double seconds) {
+  SwfTrace trace{};
+  char error[256] = "";
+  if (swfRead(path, &trace, error, sizeof error) != 0)
+    return (void)std::printf("trace: %s\n", error);
   std::vector<std::string> names;
-  for (int r = 0; r < kRows; ++r) names.push_back("node" + std::to_string(r / 8));
-  std::vector<char*> pointers;
-  for (std::string& n : names) pointers.push_back(n.data());
-  void* chart = chartConstructor(host.widget.board(), pointers.data(), kRows);
-  check(chart != nullptr, "the synthetic chart was made");
-  if (!chart) return;
-  setViewableTime(chart, 60);
-  // The first jobs make what every later one shares (the jobs' palettes): counted from there.
-  stopJobTracking(chart, startJobTracking(chart, names[0].c_str(), 0, nullptr), 1);
-  setElapsedTime(chart, 0);
-  host.widget.settle();
-  const long resourcesBefore = host.resources();
-  const size_t heapBefore = heapInUse();
-  std::vector<int> ids(kRows, -1);
-  std::vector<float> ends(kRows, 0);
-  const Deadline deadline(seconds);
-  long jobs = 0, frames = 0;
-  float now = 0;
-  unsigned seed = 1;
-  for (; jobs < options.jobs && !deadline.passed(); ++frames, now += 1.0f / 30) {
-    for (int r = 0; r < kRows && jobs < options.jobs; ++r) {
-      if (ids[size_t(r)] >= 0 && ends[size_t(r)] <= now) {
-        seed = seed * 1103515245u + 12345u;
-        stopJobTracking(chart, ids[size_t(r)], (seed >> 16) % 5 == 0);
-        ids[size_t(r)] = -1;
-      }
-      if (ids[size_t(r)] < 0) {
-        ids[size_t(r)] = startJobTracking(chart, names[size_t(r)].c_str(), now, nullptr);
-        seed = seed * 1103515245u + 12345u;
-        ends[size_t(r)] = now + 0.5f + float((seed >> 16) % 100) / 20;
-        ++jobs;
-      }
+  std::map<long, size_t> row;  // a site's first row
+  for (size_t i = 0; i < trace.jobCount; ++i)
+    if (const long site = trace.jobs[i].partition; !row.count(site) && names.size() < 80) {
+      const char* name = swfPartitionName(&trace, site);
+      row[site] = names.size();
+      names.insert(names.end(), 4, name ? name : "site " + std::to_string(site));
     }
-    setElapsedTime(chart, now);
-    updateActiveJobs(chart, now);
-    host.dispatch();
-  }
-  const double perJob = double(heapInUse() - heapBefore) / double(std::max(jobs, 1L));
-  const long resourcesAfter = host.resources();
-  std::printf(
-      "synthetic: %ld jobs, %ld frames (%.0f simulated s): %.0f heap bytes per job, "
-      "X resources %ld -> %ld\n",
-      jobs, frames, double(now), perJob, resourcesBefore, resourcesAfter);
-  check(jobs < 1000 || perJob <= kBytesPerJob, "the heap grew only by the jobs' own bytes");
-  check(resourcesAfter == resourcesBefore, "the X server holds nothing more for the jobs");
-  chartDestructor(chart);
+  std::vector<Job> jobs;
+  for (size_t i = 0; i < trace.jobCount; ++i)
+    if (const SwfJob& j = trace.jobs[i]; j.run >= 0 && row.count(j.partition))
+      jobs.push_back({row[j.partition], double(swfStart(&j)), double(swfStart(&j) + j.run),
+                      swfKilledAtLimit(&j) != 0});
+  swfFree(&trace);
+  replay(host, "trace", names, jobs, 60, 3600, seconds);
+}
+
+// A thousand rows, each running one job after another.
+void synthetic(Host& host, long count, double seconds) {
+  std::vector<std::string> names;
+  for (int r = 0; r < 1000; ++r) names.push_back("node" + std::to_string(r / 8));
+  std::vector<Job> jobs;
+  std::vector<double> free(names.size(), 0);
+  for (unsigned seed = 1; long(jobs.size()) < count;)
+    for (size_t r = 0; r < names.size() && long(jobs.size()) < count; ++r) {
+      seed = seed * 1103515245u + 12345u;
+      const double end = free[r] + 0.5 + (seed >> 16) % 100 / 20.0;
+      jobs.push_back({r, free[r], end, (seed >> 20) % 5 == 0});
+      free[r] = end;
+    }
+  replay(host, "synthetic", names, jobs, 1.0 / 30, 60, seconds);
 }
 
 // Charts made and destroyed on one host widget, with a few jobs each.
-void cycles(Host& host, const Options& options, double seconds) {
+void cycles(Host& host, long count, double seconds) {
   char name[] = "row";
   char* names[] = {name, name, name};
-  auto cycle = [&] {
+  std::pair<long, long> before;
+  const auto deadline = Clock::now() + std::chrono::duration<double>(seconds);
+  // The first twenty make what every later one shares (fonts, colours, class tables).
+  long done = -20;
+  for (; done < count && (done <= 0 || Clock::now() < deadline); ++done) {
+    if (done == 0) before = host.usage();
     void* chart = chartConstructor(host.widget.board(), names, 3);
-    if (!chart) return false;
+    check(chart != nullptr, "a chart was made");
     startJobTracking(chart, "row", 0, nullptr);
     stopJobTracking(chart, startJobTracking(chart, "row", 1, nullptr), 1);
     setElapsedTime(chart, 2);
@@ -220,46 +161,27 @@ void cycles(Host& host, const Options& options, double seconds) {
     host.dispatch();
     chartDestructor(chart);
     host.dispatch();
-    return true;
-  };
-  // The first charts make what every later one shares (fonts, colours, class tables).
-  for (int i = 0; i < 20; ++i) cycle();
-  host.widget.settle();
-  const long resourcesBefore = host.resources();
-  const size_t heapBefore = heapInUse();
-  const Deadline deadline(seconds);
-  long done = 0;
-  for (; done < options.cycles && !deadline.passed(); ++done) check(cycle(), "a chart was made");
-  host.widget.settle();
-  const long resourcesAfter = host.resources();
-  const long grown = long(heapInUse()) - long(heapBefore);
-  std::printf("cycles: %ld charts made and destroyed: heap %+ld bytes, X resources %ld -> %ld\n",
-              done, grown, resourcesBefore, resourcesAfter);
-  check(grown < 64 * 1024, "the heap is back where it started");
-  check(resourcesAfter == resourcesBefore, "the X server holds nothing more");
-}
-
-bool parse(int argc, char** argv, Options& options) {
-  for (int i = 1; i + 1 < argc; i += 2) {
-    if (!std::strcmp(argv[i], "--seconds"))
-      options.seconds = std::atof(argv[i + 1]);
-    else if (!std::strcmp(argv[i], "--trace"))
-      options.trace = argv[i + 1];
-    else if (!std::strcmp(argv[i], "--jobs"))
-      options.jobs = std::atol(argv[i + 1]);
-    else if (!std::strcmp(argv[i], "--cycles"))
-      options.cycles = std::atol(argv[i + 1]);
-    else
-      return false;
   }
-  return argc % 2 == 1 && options.seconds > 0;
+  const long grown = host.grown("cycles", before);
+  std::printf("%ld charts made and destroyed: heap %+ld bytes\n", done, grown);
+  check(grown < 64 * 1024, "the heap is back where it started");
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
-  Options options;
-  if (!parse(argc, argv, options)) {
+  std::map<std::string, std::string> flags{{"--seconds", "60"},
+                                           {"--trace", KESTREL_SOAK_TRACE},
+                                           {"--jobs", "1000000"},
+                                           {"--cycles", "10000"}};
+  bool usage = false;
+  for (int i = 1; i < argc; i += 2)
+    if (i + 1 < argc && flags.count(argv[i]))
+      flags[argv[i]] = argv[i + 1];
+    else
+      usage = true;
+  const double seconds = std::atof(flags["--seconds"].c_str());
+  if (usage || seconds <= 0) {
     std::fprintf(stderr, "usage: %s [--seconds N] [--trace FILE] [--jobs N] [--cycles N]\n",
                  argv[0]);
     return 2;
@@ -273,15 +195,11 @@ int main(int argc, char** argv) {
   }
   QelMotifScrollBarModuleInit();
   QelMotifMessageLabelModuleInit();
-  Host host(session.xDisplay());
-  // Each part may use a third of what is left; the synthetic jobs, last, take the rest.
-  const auto begin = Clock::now();
-  auto left = [&] {
-    return options.seconds - std::chrono::duration<double>(Clock::now() - begin).count();
-  };
-  replayTrace(host, options, options.seconds / 3);
-  cycles(host, options, left() / 3);
-  synthetic(host, options, left());
+  Host host{session.xDisplay()};
+  // Each part may use a third of the time (less when it is done sooner).
+  trace(host, flags["--trace"].c_str(), seconds / 3);
+  cycles(host, std::atol(flags["--cycles"].c_str()), seconds / 3);
+  synthetic(host, std::atol(flags["--jobs"].c_str()), seconds / 3);
   std::printf("%s\n", failures ? "soak: FAILED" : "soak: passed");
   return failures ? 1 : 0;
 }

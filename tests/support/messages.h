@@ -8,24 +8,20 @@
 
 namespace kestrel::test {
 
-class MessageLog : public QelError {
- public:
-  void fatal(const char* message) const override { fatals.push_back(message); }
-  void warning(const char* message) const override { warnings.push_back(message); }
-  mutable std::vector<std::string> fatals;
-  mutable std::vector<std::string> warnings;
-};
-
-// Installs a MessageLog for the scope, then puts a default handler back.
+// Installed for the scope, then a default handler is put back.
 class CapturedMessages {
+  struct Log : QelError {
+    void fatal(const char* message) const override { fatals.push_back(message); }
+    void warning(const char* message) const override { warnings.push_back(message); }
+    mutable std::vector<std::string> fatals, warnings;
+  };
+  Log* _log = new Log;  // owned by the handler slot
+
  public:
-  CapturedMessages() : _log(new MessageLog) { QelSetErrorHandler(_log); }
+  CapturedMessages() { QelSetErrorHandler(_log); }
   ~CapturedMessages() { QelSetErrorHandler(new QelError); }
   const std::vector<std::string>& warnings() const { return _log->warnings; }
   const std::vector<std::string>& fatals() const { return _log->fatals; }
-
- private:
-  MessageLog* _log;  // owned by the handler slot
 };
 
 }  // namespace kestrel::test

@@ -43,27 +43,19 @@ bool MotifHost::pumpUntil(const std::function<bool()>& done) {
   auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(5);
   while (!done()) {
     if (std::chrono::steady_clock::now() > deadline) return false;
-    XSync(_xDisplay, False);
-    if (XtAppPending(_context))
-      XtAppProcessEvent(_context, XtIMAll);
-    else
-      usleep(1000);
+    dispatch();
   }
   return true;
 }
 
+bool MotifHost::dispatch() {
+  XSync(_xDisplay, False);
+  if (XtAppPending(_context)) return XtAppProcessEvent(_context, XtIMAll), true;
+  return usleep(1000), false;
+}
+
 void MotifHost::settle() {
-  int quiet = 0;
-  while (quiet < 20) {
-    XSync(_xDisplay, False);
-    if (XtAppPending(_context)) {
-      XtAppProcessEvent(_context, XtIMAll);
-      quiet = 0;
-    } else {
-      usleep(1000);
-      ++quiet;
-    }
-  }
+  for (int quiet = 0; quiet < 20;) quiet = dispatch() ? 0 : quiet + 1;
 }
 
 void MotifHost::moveTo(int rootX, int rootY) {
@@ -72,8 +64,11 @@ void MotifHost::moveTo(int rootX, int rootY) {
 }
 
 void MotifHost::moveTo(Widget widget, int x, int y) {
-  QelPoint origin = rootPosition(widget);
-  moveTo(origin.x + x, origin.y + y);
+  int rootX = 0, rootY = 0;
+  Window child;
+  XTranslateCoordinates(_xDisplay, XtWindow(widget), DefaultRootWindow(_xDisplay), x, y, &rootX,
+                        &rootY, &child);
+  moveTo(rootX, rootY);
 }
 
 void MotifHost::button(unsigned int button, bool down) {
@@ -94,14 +89,6 @@ void MotifHost::key(unsigned long keysym, bool down) {
 void MotifHost::type(unsigned long keysym) {
   key(keysym, true);
   key(keysym, false);
-}
-
-QelPoint MotifHost::rootPosition(Widget widget) const {
-  int x = 0, y = 0;
-  Window child;
-  XTranslateCoordinates(_xDisplay, XtWindow(widget), DefaultRootWindow(_xDisplay), 0, 0, &x, &y,
-                        &child);
-  return QelPoint(x, y);
 }
 
 }  // namespace kestrel::test

@@ -39,9 +39,11 @@ class MotifHost {
   void click(unsigned int button);
   void key(unsigned long keysym, bool down);
   void type(unsigned long keysym);
-  QelPoint rootPosition(Widget widget) const;
 
  private:
+  // Handles one event, or waits a millisecond when there is none (false).
+  bool dispatch();
+
   Display* _xDisplay;
   XtAppContext _context;
   Widget _shell = nullptr;

@@ -89,8 +89,8 @@ Image readPng(const std::string& path) {
   if (!png_image_begin_read_from_file(&png, path.c_str())) return Image();
   png.format = PNG_FORMAT_RGB;
   std::vector<uint8_t> bytes(PNG_IMAGE_SIZE(png));
-  if (!png_image_finish_read(&png, nullptr, bytes.data(), 0, nullptr)) return Image();
   Image image(int(png.width), int(png.height), 0);
+  if (!png_image_finish_read(&png, nullptr, bytes.data(), 0, nullptr)) return Image();
   for (size_t i = 0; i < image.rgb.size(); ++i)
     image.rgb[i] =
         uint32_t(bytes[i * 3]) << 16 | uint32_t(bytes[i * 3 + 1]) << 8 | bytes[i * 3 + 2];
@@ -98,32 +98,14 @@ Image readPng(const std::string& path) {
 }
 
 bool writePng(const Image& image, const std::string& path) {
-  FILE* file = std::fopen(path.c_str(), "wb");
-  if (!file) return false;
-  png_structp png = png_create_write_struct(PNG_LIBPNG_VER_STRING, nullptr, nullptr, nullptr);
-  png_infop info = png ? png_create_info_struct(png) : nullptr;
-  if (!info || setjmp(png_jmpbuf(png))) {
-    png_destroy_write_struct(&png, info ? &info : nullptr);
-    std::fclose(file);
-    return false;
-  }
-  png_init_io(png, file);
-  png_set_IHDR(png, info, png_uint_32(image.width), png_uint_32(image.height), 8,
-               PNG_COLOR_TYPE_RGB, PNG_INTERLACE_NONE, PNG_COMPRESSION_TYPE_DEFAULT,
-               PNG_FILTER_TYPE_DEFAULT);
-  png_write_info(png, info);
-  std::vector<png_byte> row(size_t(image.width) * 3);
-  for (int y = 0; y < image.height; ++y) {
-    for (int x = 0; x < image.width; ++x) {
-      uint32_t c = image.at(x, y);
-      row[size_t(x) * 3] = png_byte(c >> 16), row[size_t(x) * 3 + 1] = png_byte(c >> 8),
-                      row[size_t(x) * 3 + 2] = png_byte(c);
-    }
-    png_write_row(png, row.data());
-  }
-  png_write_end(png, nullptr);
-  png_destroy_write_struct(&png, &info);
-  return std::fclose(file) == 0;
+  png_image png{};
+  png.version = PNG_IMAGE_VERSION;
+  png.width = png_uint_32(image.width), png.height = png_uint_32(image.height);
+  png.format = PNG_FORMAT_RGB;
+  std::vector<uint8_t> bytes;
+  for (uint32_t c : image.rgb)
+    bytes.insert(bytes.end(), {uint8_t(c >> 16), uint8_t(c >> 8), uint8_t(c)});
+  return png_image_write_to_file(&png, path.c_str(), 0, bytes.data(), 0, nullptr) != 0;
 }
 
 std::string outputDirectory() {
@@ -136,12 +118,10 @@ std::string outputDirectory() {
   std::string wrong;
   for (const ExpectedPixel& p : pixels) {
     const bool inside = p.x >= 0 && p.y >= 0 && p.x < image.width && p.y < image.height;
-    if (inside && image.at(p.x, p.y) == p.rgb) continue;
     char line[80];
-    std::snprintf(line, sizeof line, "\n  (%d, %d) is %06x, expected %06x", p.x, p.y,
-                  inside ? image.at(p.x, p.y) : 0u, p.rgb);
-    wrong +=
-        inside ? line : "\n  (" + std::to_string(p.x) + ", " + std::to_string(p.y) + ") is outside";
+    std::snprintf(line, sizeof line, "\n  (%d, %d) is %06x, expected %06x%s", p.x, p.y,
+                  inside ? image.at(p.x, p.y) : 0u, p.rgb, inside ? "" : " (outside)");
+    if (!inside || image.at(p.x, p.y) != p.rgb) wrong += line;
   }
   if (wrong.empty()) return ::testing::AssertionSuccess();
   return ::testing::AssertionFailure() << "pixels differ:" << wrong;
@@ -154,12 +134,9 @@ std::string outputDirectory() {
            << name << ": size " << actual.width << "x" << actual.height << ", expected "
            << expected.width << "x" << expected.height;
   Image diff(actual.width, actual.height, 0xffffff);
-  size_t differing = 0;
   for (size_t i = 0; i < actual.rgb.size(); ++i)
-    if (actual.rgb[i] != expected.rgb[i]) {
-      ++differing;
-      diff.rgb[i] = 0xff0000;
-    }
+    if (actual.rgb[i] != expected.rgb[i]) diff.rgb[i] = 0xff0000;
+  const size_t differing = diff.count(0xff0000);
   if (!differing) return ::testing::AssertionSuccess();
   std::string base = outputDirectory() + "/" + name;
   writePng(actual, base + "-actual.png");

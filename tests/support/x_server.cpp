@@ -17,15 +17,13 @@ namespace {
 
 std::string sharedDisplayName;
 
-// Reads the display number Xvfb writes to -displayfd once it is ready, within `timeoutMs`.
+// Reads the display number Xvfb writes to -displayfd once it is ready, waiting at most
+// `timeoutMs` for each character.
 bool readDisplayNumber(int fd, int timeoutMs, std::string& number) {
-  char c;
-  while (true) {
+  for (char c;;) {
     pollfd ready{fd, POLLIN, 0};
-    int polled = poll(&ready, 1, timeoutMs);
-    if (polled < 0 && errno == EINTR) continue;
-    if (polled <= 0) return false;
-    ssize_t got = read(fd, &c, 1);
+    errno = 0;
+    const ssize_t got = poll(&ready, 1, timeoutMs) > 0 ? read(fd, &c, 1) : -1;
     if (got < 0 && errno == EINTR) continue;
     if (got <= 0) return false;
     if (c == '\n') return !number.empty();
@@ -37,21 +35,16 @@ bool readDisplayNumber(int fd, int timeoutMs, std::string& number) {
 
 bool XServer::start(const Options& options, std::string* error) {
   stop();
+  const std::string screen = std::to_string(options.width) + "x" + std::to_string(options.height) +
+                             "x" + std::to_string(options.depth);
   int pipeFds[2];
-  if (pipe2(pipeFds, O_CLOEXEC) != 0) {
-    if (error) *error = std::string("pipe: ") + std::strerror(errno);
-    return false;
-  }
-  std::string screen = std::to_string(options.width) + "x" + std::to_string(options.height) + "x" +
-                       std::to_string(options.depth);
-  std::string fd = std::to_string(pipeFds[1]);
-  pid_t pid = fork();
+  const pid_t pid = pipe2(pipeFds, O_CLOEXEC) == 0 ? fork() : -2;
   if (pid < 0) {
-    if (error) *error = std::string("fork: ") + std::strerror(errno);
-    close(pipeFds[0]);
-    close(pipeFds[1]);
+    if (error) *error = std::string(pid == -1 ? "fork: " : "pipe: ") + std::strerror(errno);
+    if (pid == -1) close(pipeFds[0]), close(pipeFds[1]);
     return false;
   }
+  const std::string fd = std::to_string(pipeFds[1]);
   if (pid == 0) {
     prctl(PR_SET_PDEATHSIG, SIGTERM);  // never outlive the test binary
     fcntl(pipeFds[1], F_SETFD, 0);
