@@ -177,9 +177,11 @@ void Ko_chart::destroy(Ko_chart* chart) {
     return;
   }
   // The display outlives everything made on it: it goes last, leaving the host's connection.
+  // The job palettes, shared by every chart's jobs, live on the display of the chart that
+  // started the first job; while another chart's jobs still use them, they keep it.
   QelDisplay* chartDisplay = chart->display;
   delete chart;
-  delete chartDisplay;
+  if (!Ko_timeline_segment::keepDisplayForPalettes(chartDisplay)) delete chartDisplay;
 }
 
 void Ko_chart::callInput(QelEvent& event) {

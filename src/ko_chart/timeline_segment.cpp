@@ -15,6 +15,7 @@ QelPalette* Ko_timeline_segment::jobSelectedPalette = nullptr;
 int32_t Ko_timeline_segment::palettesInitialized = 0;
 int32_t Ko_timeline_segment::numInstances = 0;
 Ko_timeline_segment* Ko_timeline_segment::prevSelected = nullptr;
+QelDisplay* Ko_timeline_segment::palettesDisplay = nullptr;
 
 namespace {
 
@@ -85,6 +86,16 @@ void Ko_timeline_segment::destroyPalettes() {
     *palette = nullptr;
   }
   palettesInitialized = 0;
+  delete palettesDisplay;
+  palettesDisplay = nullptr;
+}
+
+bool Ko_timeline_segment::keepDisplayForPalettes(QelDisplay* display) {
+  if (!display || numInstances == 0 || !jobInProgressPalette ||
+      jobInProgressPalette->getDisplay() != display)
+    return false;
+  palettesDisplay = display;
+  return true;
 }
 
 void Ko_timeline_segment::setCurrentPalette(QelPalette* palette) {

@@ -32,6 +32,9 @@ class Ko_timeline_segment : public QelPolylineChart {
   void setDataPointMarker(int32_t index, int32_t on);
   // Makes the four class-wide palettes on this segment's display, once.
   void initializePalettes();
+  // Takes `display` over when the class-wide palettes were made on it and other segments still
+  // draw with them: it is deleted with the palettes. False (and nothing done) otherwise.
+  static bool keepDisplayForPalettes(QelDisplay* display);
 
   float getYValue() const { return yValue; }
   void* getUserData() const { return userData; }
@@ -48,6 +51,7 @@ class Ko_timeline_segment : public QelPolylineChart {
   static int32_t palettesInitialized;
   static int32_t numInstances;
   static Ko_timeline_segment* prevSelected;
+  static QelDisplay* palettesDisplay;  // kept for the palettes after its chart went, or null
 
   Ko_timeline_segment(const Ko_timeline_segment&) = delete;
   Ko_timeline_segment& operator=(const Ko_timeline_segment&) = delete;

@@ -225,13 +225,15 @@ TEST_F(JobChartTest, ChartsOnTwoWidgetsFollowTheirHostsAndOutliveTheirWidgets) {
   XtDestroyWidget(forms[1]);
   host->settle();
   EXPECT_EQ(charts[1]->getWidget(), nullptr);
+  // The job colours were made on the first chart's display: that chart goes first, and the
+  // second one's job still changes colour and goes.
+  chartDestructor(charts[0]);
   setElapsedTime(charts[1], 20);
   updateActiveJobs(charts[1], 20);
   stopJobTracking(charts[1], 1, 1);
   QelRect size(0, 0, 100, 100);
   charts[1]->handleResize(size);
   chartDestructor(charts[1]);
-  chartDestructor(charts[0]);
 }
 
 TEST_F(JobChartTest, TimesThatAreNoNumbersAreRefusedAndHugeOnesKeepTheWindowFinite) {
