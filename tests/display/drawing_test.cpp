@@ -52,17 +52,17 @@ TEST_F(DrawingTest, RectangleOutlineCoversWidthByHeightAndAtLeastTwoByTwo) {
 // must give.
 TEST_F(DrawingTest, FiguresFarBeyondSixteenBitsKeepTheirVisiblePixelsOnly) {
   struct Case {
-    const char* name;
-    int w, h;
+    struct {
+      const char* name;
+      int w, h;
+    } port;
     std::function<void(QelPort*)> draw;
     std::vector<QelRect> black;
     std::function<bool(int, int)> alsoBlack;
   };
   auto none = [](int, int) { return false; };
   const Case cases[] = {
-      {"rectangle-far-away",
-       40,
-       30,
+      {{"rectangle-far-away", 40, 30},
        [&](QelPort* port) {
          // Left and bottom edges fall inside; the others lie billions of pixels away.
          display->drawRectangle(port, ink(), QelRect(5, -kFar, 4000000000u, kFar + 20u));
@@ -75,9 +75,7 @@ TEST_F(DrawingTest, FiguresFarBeyondSixteenBitsKeepTheirVisiblePixelsOnly) {
        // The thick frame's right edge is x = 29, four pixels centred on it.
        {{5, 0, 1, 20}, {5, 19, 35, 1}, {27, 0, 4, 30}},
        none},
-      {"fill-rectangle",
-       40,
-       30,
+      {{"fill-rectangle", 40, 30},
        [&](QelPort* port) {
          display->fillRectangle(port, ink(), QelRect(-5, -5, 7, 7));
          display->fillRectangle(port, ink(), QelRect(-kFar, 20, 4000000000u, 3));
@@ -85,9 +83,7 @@ TEST_F(DrawingTest, FiguresFarBeyondSixteenBitsKeepTheirVisiblePixelsOnly) {
        },
        {{0, 0, 2, 2}, {0, 20, 40, 3}},
        none},
-      {"thin-line-far-away",
-       50,
-       40,
+      {{"thin-line-far-away", 50, 40},
        [&](QelPort* port) {
          display->drawLine(port, ink(), QelPoint(-kFar, 25), QelPoint(30, 25));
          display->drawLine(port, ink(), QelPoint(-1000000000, -1000000000), QelPoint(20, 20));
@@ -97,9 +93,7 @@ TEST_F(DrawingTest, FiguresFarBeyondSixteenBitsKeepTheirVisiblePixelsOnly) {
        {{0, 25, 31, 1}, {45, 0, 1, 40}},
        [](int x, int y) { return x == y && x <= 20; }},
       // A polyline keeps the visible parts of its segments, each where it belongs.
-      {"polyline-far-away",
-       40,
-       40,
+      {{"polyline-far-away", 40, 40},
        [&](QelPort* port) {
          QelPoint points[] = {{5, 5}, {30, 5}, {30, kFar}, {10, kFar}, {10, 20}, {20, 20}};
          display->drawPolyLine(port, ink(), 6, points);
@@ -107,9 +101,7 @@ TEST_F(DrawingTest, FiguresFarBeyondSixteenBitsKeepTheirVisiblePixelsOnly) {
        {{5, 5, 26, 1}, {30, 5, 1, 35}, {10, 20, 1, 20}, {10, 20, 11, 1}},
        none},
       // A closed curve that must be cut keeps the straight line that closes it.
-      {"closed-curve-far-away",
-       40,
-       30,
+      {{"closed-curve-far-away", 40, 30},
        [&](QelPort* port) {
          QelPoint curve[] = {{5, 5}, {5, 100000}, {35, 100000}, {35, 5}};
          display->drawClosedBezier(port, ink(), 4, curve);
@@ -118,9 +110,7 @@ TEST_F(DrawingTest, FiguresFarBeyondSixteenBitsKeepTheirVisiblePixelsOnly) {
        none},
       // Butt caps end at the end points and the width is split around the path; the corner is
       // a miter join, the other ends are cut far away.
-      {"thick-lines",
-       50,
-       40,
+      {{"thick-lines", 50, 40},
        [&](QelPort* port) {
          display->drawLine(port, ink(5), QelPoint(10, 10), QelPoint(30, 10));
          display->drawLine(port, ink(5), QelPoint(40, kFar), QelPoint(40, -kFar));
@@ -133,9 +123,7 @@ TEST_F(DrawingTest, FiguresFarBeyondSixteenBitsKeepTheirVisiblePixelsOnly) {
       // An L whose long arm reaches just past 16 bits, and a triangle whose slope of 1/3
       // crosses the cut at x = 62 at y = 30.67: rounded to 31, the cut edge fills the window's
       // pixels exactly as the far one does.
-      {"polygon-far-vertices",
-       60,
-       50,
+      {{"polygon-far-vertices", 60, 50},
        [&](QelPort* port) {
          QelPoint arm[] = {{5, 5}, {32768, 5}, {32768, 15}, {20, 15}, {20, 40}, {5, 40}};
          display->fillPolyLine(port, ink(), 6, arm);
@@ -145,9 +133,7 @@ TEST_F(DrawingTest, FiguresFarBeyondSixteenBitsKeepTheirVisiblePixelsOnly) {
        {{5, 5, 55, 10}, {5, 15, 15, 25}},
        [](int x, int y) { return y >= 20 && x >= 30 && 3 * (y - 20) > x - 30; }},
       // Around the whole window, both ways round: all of it.
-      {"polygon-around-window",
-       20,
-       20,
+      {{"polygon-around-window", 20, 20},
        [&](QelPort* port) {
          QelPoint around[] = {{-kFar, -kFar}, {kFar, -kFar}, {kFar, kFar}, {-kFar, kFar}};
          display->fillPolyLine(port, ink(), 4, around);
@@ -156,14 +142,15 @@ TEST_F(DrawingTest, FiguresFarBeyondSixteenBitsKeepTheirVisiblePixelsOnly) {
        none},
   };
   for (const Case& c : cases) {
-    QelPort* port = windowPort(c.w, c.h);
+    const auto [name, w, h] = c.port;
+    QelPort* port = windowPort(w, h);
     c.draw(port);
-    Image expected(c.w, c.h, kWhite);
+    Image expected(w, h, kWhite);
     for (const QelRect& r : c.black) expected.fillRect(r.x, r.y, int(r.w), int(r.h), kBlack);
-    for (int y = 0; y < c.h; ++y)
-      for (int x = 0; x < c.w; ++x)
+    for (int y = 0; y < h; ++y)
+      for (int x = 0; x < w; ++x)
         if (c.alsoBlack(x, y)) expected.set(x, y, kBlack);
-    EXPECT_TRUE(imagesMatch(read(port), expected, c.name));
+    EXPECT_TRUE(imagesMatch(read(port), expected, name));
   }
 }
 
@@ -186,43 +173,6 @@ TEST_F(DrawingTest, ArcsCoverTheirRectangle) {
   EXPECT_TRUE(pixelsAre(
       read(port),
       {{15, 13, kWhite}, {40, 13, kBlack}, {20, 25, kBlack}, {10, 25, kWhite}, {20, 35, kWhite}}));
-}
-
-// Lines and filled diamonds of a copying context are queued and sent a context at a time: what
-// lands must be what drawing each figure with its own request gives, in the order drawn.
-TEST_F(DrawingTest, QueuedLinesAndDiamondsDrawWhatOneRequestEachDraws) {
-  QelBitmap queued(display, 200, 60, display->depth()), direct(display, 200, 60, display->depth());
-  for (QelBitmap* b : {&queued, &direct}) display->fillRectangle(b, ink(), QelRect(0, 0, 200, 60));
-  QelPalette* dotted = display->getPalette(nullptr, display->getColor("green"), nullptr, nullptr,
-                                           nullptr, display->getLineStyle("dot"), 2);
-  QelPalette* red =
-      display->getPalette(nullptr, display->getColor("red"), nullptr, nullptr, nullptr, nullptr, 3);
-  Display* x = xDisplay;
-  auto both = [&](QelPalette* p, int x0, int y0, int x1, int y1, int diamond) {
-    display->openDrawing(&queued, nullptr);
-    display->drawLine(&queued, p, QelPoint(x0, y0), QelPoint(x1, y1));
-    display->drawMarker(&queued, p, QelPoint(x0, y0), QelMarkerFilledDiamond, diamond);
-    display->closeDrawing();
-    XDrawLine(x, direct.getDrawable(), p->getGC(), x0, y0, x1, y1);
-    const short s = short(diamond), cx = short(x0), cy = short(y0);
-    XPoint shape[5] = {{short(cx - s), cy},
-                       {cx, short(cy - s)},
-                       {short(cx + s), cy},
-                       {cx, short(cy + s)},
-                       {short(cx - s), cy}};
-    XFillPolygon(x, direct.getDrawable(), p->getGC(), shape, 5, Convex, CoordModeOrigin);
-  };
-  // Every size up to the largest remembered, overlapping, in two contexts drawn in turns.
-  for (int size = 0; size <= 64; size += size < 9 ? 1 : 11) {
-    both(dotted, 3 + size * 3, 10 + size % 7, 150 - size, 50 - size % 5, size);
-    both(red, 10 + size * 2, 55 - size % 9, 190 - size * 2, 5 + size % 11, size % 6);
-  }
-  XSync(x, False);
-  auto pixels = [&](QelBitmap& b) {
-    return readDrawable(x, b.getDrawable(), display->getVisual(),
-                        DefaultColormap(x, DefaultScreen(x)), 0, 0, 200, 60);
-  };
-  EXPECT_TRUE(imagesMatch(pixels(queued), pixels(direct), "queued-figures"));
 }
 
 }  // namespace

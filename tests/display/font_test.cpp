@@ -68,22 +68,5 @@ TEST_F(FontTest, UnknownAndOverLongNamesAreFatalAndRetriedOnEachRequest) {
   EXPECT_EQ(messages.fatals().size(), 4u);
 }
 
-TEST(PredefinedFontTest, ResourcesChooseFontsAndMissingOnesFallBack) {
-  Display* x = openXtDisplay();
-  ASSERT_NE(x, nullptr);
-  putResources(x, {"kestrel-fonts.boldfont: %helvetica-18-I", "kestrel-fonts.italicfont: nonsense",
-                   "kestrel-fonts.font: %helvetica-10-"});
-  {
-    CapturedMessages messages;
-    QelDisplay display(x, "kestrel-fonts");
-    EXPECT_EQ(display.defaultFont()->getSize(), 10);
-    EXPECT_EQ(display.findFont("bold")->getStyle(), uint32_t(QelFontStyleItalic));
-    EXPECT_EQ(display.findFont("bold")->getSize(), 18);
-    EXPECT_EQ(display.findFont("italic")->getDescription().family, "helvetica");
-    EXPECT_EQ(messages.fatals(), std::vector<std::string>{"Creating Font: Invalid Font nonsense"});
-  }
-  closeXtDisplay(x);
-}
-
 }  // namespace
 }  // namespace kestrel::test
