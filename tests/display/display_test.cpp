@@ -7,7 +7,6 @@
 #include "display/port.h"
 #include "tests/display/rules.h"
 #include "tests/support/display_fixture.h"
-#include "tests/support/messages.h"
 #include "tests/support/x_server.h"
 
 namespace kestrel::test {
