@@ -22,14 +22,9 @@ void checkColorRules(QelDisplay* display) {
     EXPECT_EQ(display->getColor(same), teal) << same;
   EXPECT_EQ(display->getColor(u16(0), u16(0xffff), u16(0x8888)), teal);
   EXPECT_STREQ(teal->getName(), "#0000ffff8888");
-  u16 r, g, b;
-  teal->getRGB(r, g, b);
-  EXPECT_TRUE(r == 0 && g == 0xffff && b == 0x8888);
   // X colour names ignore case, and so does the cache.
   QelColor* red = display->getColor("red");
-  ASSERT_NE(red, nullptr);
-  EXPECT_EQ(display->getColor("Red"), red);
-  EXPECT_EQ(display->findColor("RED"), red);
+  EXPECT_TRUE(red && display->getColor("Red") == red && display->findColor("RED") == red);
   const std::string tooLong(300, 'a');
   for (const char* bad : {"#0f", "no such colour", "", tooLong.c_str()})  // X refuses "#0f"
     EXPECT_EQ(display->getColor(bad), nullptr) << bad;
@@ -53,11 +48,11 @@ void checkColorRules(QelDisplay* display) {
   delete second;
 
   unsigned long distance = 1;
+  u16 r, g, b;
   QelColor* nearest = display->getNearestColor(0xfff0, 0x10, 0, &distance);
   ASSERT_NE(nearest, nullptr);
   nearest->getRGB(r, g, b);
-  EXPECT_EQ(r, 0xffff);
-  EXPECT_GT(distance, 0u);
+  EXPECT_TRUE(r == 0xffff && distance > 0);
   EXPECT_TRUE(messages.warnings().empty() && messages.fatals().empty());
 }
 

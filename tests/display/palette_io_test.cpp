@@ -8,7 +8,6 @@
 #include "display/palette.h"
 #include "display/palette_io.h"
 #include "tests/support/display_fixture.h"
-#include "tests/support/messages.h"
 
 namespace kestrel::test {
 namespace {
@@ -59,14 +58,6 @@ TEST_F(PaletteIOTest, MalformedLinesGiveNullAndUnknownNamesTheDefaults) {
   EXPECT_EQ(palette->getBackground(), display->defaultBackground());
   EXPECT_EQ(palette->getLineStyle(), display->solidLineStyle());
   EXPECT_EQ(palette->getForeground(), display->getColor("red"));
-
-  // A font X does not know draws with the default, and stays for whoever else asked for it.
-  CapturedMessages messages;
-  QelFont* held = display->getFont("no-such-font");
-  QelPalette* fallback = read("\"red\" \"blue\" \"no-such-font\" - 0 0 0 0 0 0 4294967295 -\n");
-  ASSERT_NE(fallback, nullptr);
-  EXPECT_EQ(fallback->getFont(), display->defaultFont());
-  EXPECT_EQ(display->getFont("no-such-font"), held);
 }
 
 }  // namespace

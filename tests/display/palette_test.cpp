@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <tuple>
+
 #include "display/color.h"
 #include "display/font.h"
 #include "display/line_style.h"
@@ -75,15 +77,10 @@ TEST_F(PaletteTest, GraphicsContextCarriesExactlyTheAttributesAndSettersChangeIt
   const unsigned long all = GCFunction | GCPlaneMask | GCForeground | GCBackground | GCLineWidth |
                             GCLineStyle | GCFillStyle | GCFillRule | GCArcMode | GCSubwindowMode;
   XGCValues v = gcValues(palette, all);
-  EXPECT_EQ(v.function, GXxor);
-  EXPECT_EQ(v.plane_mask, 0xffffffu);
-  EXPECT_TRUE(v.foreground == fg->getIndex() && v.background == bg->getIndex());
-  EXPECT_EQ(v.line_width, 3);
-  EXPECT_EQ(v.line_style, LineOnOffDash);
-  EXPECT_EQ(v.fill_style, FillSolid);
-  EXPECT_EQ(v.fill_rule, WindingRule);
-  EXPECT_EQ(v.arc_mode, ArcChord);
-  EXPECT_EQ(v.subwindow_mode, IncludeInferiors);
+  EXPECT_EQ(std::make_tuple(v.function, v.plane_mask, v.foreground, v.background, v.line_width,
+                            v.line_style, v.fill_style, v.fill_rule, v.arc_mode, v.subwindow_mode),
+            std::make_tuple(GXxor, 0xffffffUL, fg->getIndex(), bg->getIndex(), 3, LineOnOffDash,
+                            FillSolid, WindingRule, ArcChord, IncludeInferiors));
   const int functions[] = {GXcopy,         GXor,         GXand,         GXxor,   GXinvert,
                            GXcopyInverted, GXorInverted, GXandInverted, GXequiv, GXcopy};
   for (int mode = 0; mode <= 9; ++mode) {
@@ -145,6 +142,18 @@ TEST_F(PaletteTest, NestedClipScopesPutThePreviousClipBack) {
   Image expected(30, 10, 0xffffff);
   expected.fillRect(0, 0, 10, 10, 0xff0000);
   EXPECT_TRUE(imagesMatch(read(port), expected, "nested-clip-scopes"));
+
+  // A scope with another single rectangle is not the clip the palette has: it draws inside it,
+  // and its end gives the first rectangle back.
+  QelRegion right(QelRect(20, 0, 10, 10));
+  QelPort* second = windowPort(30, 10);
+  display->setClip(red, &left);
+  {
+    QelPaletteClip scope(red, &right);
+    display->fillRectangle(second, red, QelRect(0, 0, 30, 10));
+  }
+  EXPECT_TRUE(pixelsAre(read(second), {{25, 5, 0xff0000}, {5, 5, 0xffffff}}));
+  EXPECT_TRUE(red->hasClip() && red->getClip().sameRectangles(left));
 
   // A mask clip comes back as the mask, at its origin.
   const unsigned char bits[] = {0xff, 0xff};

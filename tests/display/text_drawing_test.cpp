@@ -96,34 +96,5 @@ TEST_F(TextDrawingTest, TextFromFarOutsideShowsOnlyItsVisiblePart) {
   }
 }
 
-TEST_F(TextDrawingTest, LabelsStackLinesAndUnderlineTheMnemonic) {
-  QelPort* port = windowPort(200, 100);
-  const QelPalette* p = palette(kCoreFont);
-  uint32_t w = 1, h = 1, emptyW = 1, emptyH = 1;
-  display->labelSize(p, "&Open\nA && B", w, h);
-  EXPECT_EQ(std::make_pair(w, h), std::make_pair(30u, 26u));  // "A & B", two lines
-  display->labelSize(p, "", emptyW, emptyH);
-  EXPECT_EQ(emptyW + emptyH, 0u);
-
-  const QelRect rect(20, 10, 100, 60);
-  auto underlined = [&](const Image& image) {  // a full row under the first cell
-    for (int x = 20; x < 26; ++x)
-      if (image.at(x, 10 + 11 + 1) != kBlack) return false;
-    return true;
-  };
-  display->drawLabel(port, p, "&Open\nA && B", rect, QelLeft | QelTop);
-  QelRect box = ink(port);
-  EXPECT_TRUE(box.x >= 20 && box.right() <= 50 && box.y >= 10 && box.bottom() <= 36);
-  EXPECT_GT(box.bottom(), 10 + 13);  // the second line is there
-  EXPECT_TRUE(underlined(read(port)));
-  clear(port);
-  display->drawLabel(port, p, "Open", rect, 0);  // centred both ways: 24 by 13 in 100 by 60
-  box = ink(port);
-  EXPECT_TRUE(box.x >= 58 && box.right() <= 82 && box.y >= 33 && box.bottom() <= 46);
-  clear(port);
-  display->drawLabel(port, p, "Open", rect, QelLeft | QelTop);
-  EXPECT_FALSE(underlined(read(port)));
-}
-
 }  // namespace
 }  // namespace kestrel::test
