@@ -154,6 +154,43 @@ TEST_F(DrawingTest, FiguresFarBeyondSixteenBitsKeepTheirVisiblePixelsOnly) {
   }
 }
 
+// Lines and filled diamonds of a copying context are queued and sent a context at a time: what
+// lands must be what drawing each figure with its own request gives, in the order drawn.
+TEST_F(DrawingTest, QueuedLinesAndDiamondsDrawWhatOneRequestEachDraws) {
+  QelBitmap queued(display, 200, 60, display->depth()), direct(display, 200, 60, display->depth());
+  for (QelBitmap* b : {&queued, &direct}) display->fillRectangle(b, ink(), QelRect(0, 0, 200, 60));
+  QelPalette* dotted = display->getPalette(nullptr, display->getColor("green"), nullptr, nullptr,
+                                           nullptr, display->getLineStyle("dot"), 2);
+  QelPalette* red =
+      display->getPalette(nullptr, display->getColor("red"), nullptr, nullptr, nullptr, nullptr, 3);
+  Display* x = xDisplay;
+  auto both = [&](QelPalette* p, int x0, int y0, int x1, int y1, int diamond) {
+    display->openDrawing(&queued, nullptr);
+    display->drawLine(&queued, p, QelPoint(x0, y0), QelPoint(x1, y1));
+    display->drawMarker(&queued, p, QelPoint(x0, y0), QelMarkerFilledDiamond, diamond);
+    display->closeDrawing();
+    XDrawLine(x, direct.getDrawable(), p->getGC(), x0, y0, x1, y1);
+    const short s = short(diamond), cx = short(x0), cy = short(y0);
+    XPoint shape[5] = {{short(cx - s), cy},
+                       {cx, short(cy - s)},
+                       {short(cx + s), cy},
+                       {cx, short(cy + s)},
+                       {short(cx - s), cy}};
+    XFillPolygon(x, direct.getDrawable(), p->getGC(), shape, 5, Convex, CoordModeOrigin);
+  };
+  // Every size up to the largest remembered, overlapping, in two contexts drawn in turns.
+  for (int size = 0; size <= 64; size += size < 9 ? 1 : 11) {
+    both(dotted, 3 + size * 3, 10 + size % 7, 150 - size, 50 - size % 5, size);
+    both(red, 10 + size * 2, 55 - size % 9, 190 - size * 2, 5 + size % 11, size % 6);
+  }
+  XSync(x, False);
+  auto pixels = [&](QelBitmap& b) {
+    return readDrawable(x, b.getDrawable(), display->getVisual(),
+                        DefaultColormap(x, DefaultScreen(x)), 0, 0, 200, 60);
+  };
+  EXPECT_TRUE(imagesMatch(pixels(queued), pixels(direct), "queued-figures"));
+}
+
 TEST_F(DrawingTest, ArcsCoverTheirRectangle) {
   QelPort* port = windowPort(60, 40);
   QelPalette* palette = ink();
