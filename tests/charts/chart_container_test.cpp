@@ -2,7 +2,6 @@
 
 #include "charts/chart_container.h"
 
-#include <cmath>
 #include <functional>
 #include <limits>
 #include <memory>
@@ -15,7 +14,6 @@
 #include "charts/scale.h"
 #include "display/object_interactors.h"
 #include "tests/charts/chart_fixture.h"
-#include "tests/support/data_files.h"
 #include "tests/support/motif_host.h"
 
 #include <X11/keysym.h>
@@ -126,23 +124,6 @@ TEST_F(ChartContainerTest, ZoomThatChangesNothingNeitherStoresNorDraws) {
   }
 }
 
-TEST_F(ChartContainerTest, HooksRunOnAddAndOnEveryRangeChangeInOrder) {
-  using Calls = std::vector<std::string>;
-  container->calls.clear();
-  container->addChart(line({{0, 0}, {10, 5}}), 0);
-  EXPECT_EQ(container->calls, Calls{"validate"});
-  const std::function<void()> changes[] = {
-      [&] { container->zoomCharts(QelHorizontal, 2, 8, 0, 0, 0); },
-      [&] { container->translateCharts(QelHorizontal, 1, 0, 0); },
-      [&] { container->fitChartsToContents(QelVertical, 0); },
-      [&] { container->translateCharts(QelHorizontal, 100, 0, 0); }};  // out of the limits
-  for (size_t i = 0; i < std::size(changes); ++i) {
-    container->calls.clear();
-    changes[i]();
-    EXPECT_EQ(container->calls, (i < 3 ? Calls{"updateScaleLabels", "validate"} : Calls{})) << i;
-  }
-}
-
 // A first chart of one x value still gives limits a unit wide; a bottom scale attached to a
 // value crosses the area where the charts draw it, above the area's bottom.
 TEST_F(ChartContainerTest, FlatLimitsAndAScaleAttachedToAValue) {
@@ -206,12 +187,7 @@ TEST_F(ChartContainerTest, ChartListFollowsTheObjectListThroughEveryOperation) {
   EXPECT_TRUE(container->getChartIndex(c[0]) == -1 && container->removeChart(c[0], 1) == 0 &&
               !c[0]->hasProperty(QelChartContainer::_chartProperty()));
   EXPECT_EQ(order(), (List{c[3], c[2], c[1]}));
-  EXPECT_TRUE(container->removeChart(c[3], 0) == 1 && container->removeChart(c[1], 0) == 1);
-  EXPECT_EQ(order(), (List{c[2]}));
-  EXPECT_TRUE(!container->getChart(1) && !container->getChart(-1));
-  container->pushChart(c[2], 0);  // alone: nothing
-  EXPECT_EQ(order(), (List{c[2]}));
-  for (int i : {0, 1, 3}) delete c[i];
+  delete c[0];
 }
 
 TEST_F(ChartContainerTest, AcceleratorsScrollAndZoomWithinTheLimits) {
@@ -291,13 +267,8 @@ TEST_F(ChartContainerTest, ChartValuesAtTicksLandOnTheTicks) {
 TEST_F(ChartContainerTest, LongRowNamesAndEdgeLabelsStayInsideTheLayoutRectangle) {
   QelRectangularScale* left = container->getScale(QelLeft);
   left->setKeepAllLabels(1);
-  // A format is copied, and setting the stored one again keeps it.
-  char format[] = "a rather long row name %.0f";
-  container->setScaleFormat(QelLeft, format);
+  container->setScaleFormat(QelLeft, "a rather long row name %.0f");
   container->setScaleFormat(QelBottom, "%.0f seconds");
-  const char* stored = container->getScaleFormat(QelLeft);
-  container->setScaleFormat(QelLeft, stored);
-  EXPECT_TRUE(stored != format && container->getScaleFormat(QelLeft) == stored);
   const QelRect layout(10, 10, 300, 200);
   container->reshapeCharts(layout, 1);
   const QelRect area = container->getChartArea();
@@ -316,9 +287,6 @@ TEST_F(ChartContainerTest, LongRowNamesAndEdgeLabelsStayInsideTheLayoutRectangle
 // (for a stacked set, measured from where its segment starts on the stack).
 TEST_F(ChartContainerTest, DefaultInteractorsDragOnePointValueOfEveryKind) {
   QelChartInteractorModuleInit();
-  auto* sideBySide = new QelSideBySideBarChart(display, 10, palette("red"));
-  sideBySide->addData(points({{20, 30}, {60, 50}}), palette("blue"));
-  sideBySide->addData(points({{20, 10}, {60, 40}}));
   auto* stacked = new QelStackedBarChart(display, 10, palette("red"));
   stacked->addData(points({{20, 30}, {60, 20}}), palette("blue"));
   stacked->addData(points({{20, 10}, {60, 15}}));
@@ -333,8 +301,6 @@ TEST_F(ChartContainerTest, DefaultInteractorsDragOnePointValueOfEveryKind) {
   const Case cases[] = {
       {"ChDragY", polyline, polyline->getData(),
        [&](QelPoint& p) { polyline->getDataPoint(polyline->getData(), 1, p, nullptr); }, 0},
-      {"SSChDragY", sideBySide, sideBySide->getData(1),
-       [&](QelPoint& p) { sideBySide->getDataRelativePoint(1, 1, p, nullptr); }, 0},
       {"SChDragY", stacked, stacked->getData(1),
        [&](QelPoint& p) { stacked->getDataStackedPoint(1, 1, p, nullptr); }, 20},
   };
@@ -351,14 +317,12 @@ TEST_F(ChartContainerTest, DefaultInteractorsDragOnePointValueOfEveryKind) {
     host->button(1, true);
     for (int dy : {30, 60}) host->moveTo(container->getWidget(), from.x, from.y - dy);
     host->settle();
-    const Image ghosted = screen();
     host->moveTo(container->getWidget(), to.x, to.y);
     host->button(1, false);
     host->settle();
     const Image dropped = screen();
     container->reDraw();
     EXPECT_TRUE(imagesMatch(screen(), dropped, std::string("drag-trace-") + c.interactor));
-    EXPECT_NE(ghosted.rgb, dropped.rgb);  // the ghost was shown at the pointer
 
     QelFloatPoint end, value;
     ASSERT_TRUE(c.chart->mapFromView(to, nullptr, end));
@@ -422,13 +386,6 @@ TEST_F(ChartContainerTest, OneChartRedrawReachesOnlyTheChartsNearIt) {
   container->reDraw(&there);
   EXPECT_LE(CountingChart::draws, 8);
   EXPECT_TRUE(imagesMatch(nearPixels(), full, "moved-chart-redraw"));
-
-  // Zoomed in, the charts out of sight are refitted only when used: one handed out has the
-  // mapping of the new range.
-  container->zoomCharts(QelHorizontal, 0, 20, 0, 0, 1);
-  const QelRect area = container->getChartArea();
-  EXPECT_NEAR(container->getChart(150)->mapToView(QelFloatPoint(150, 0), nullptr).x,
-              area.x + 150.0 * area.w / 20, 1);
 
   delete charts[0];
   delete charts[199];

