@@ -1,6 +1,5 @@
 #include "charts/scale.h"
 
-#include <X11/Xlib.h>
 
 #include <algorithm>
 #include <charconv>
